@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/CommandLine.h"
+
+#include "app/Version.h"
+#include "platform/FileStatus.h"
+#include "platform/PathRules.h"
+
+namespace quorvane {
+
+namespace {
+
+constexpr int kNothingToShow = 1;
+constexpr int kUsageError = 2;
+
+constexpr char kHelp[] = R"(Usage: quorvane [OPTION…] [FILE-OR-FOLDER…]
+Shows pictures full screen, one after the other.
+
+  -h, --help       show this and exit
+  -v, --version    show the version and exit
+  --               what follows is a name, even if it begins with "-"
+
+Keys:
+  Right, Page Down      next picture          1 … 9   play, that many seconds each
+  Left, Page Up         previous picture      0       stop
+  Home                  first picture         Space   stop, and next picture
+  Ctrl+2 3 4 5          fit, zoom to fit, fill, stretch
+  Ctrl+O  open          F1  user guide        Escape  end the show    Ctrl+Q  quit
+)";
+
+bool isOption(const QByteArray& argument) { return argument.size() > 1 && argument[0] == '-'; }
+
+CommandLine ending(int status, const QByteArray& output, const QByteArray& errors)
+{
+    return { {}, output, errors, status };
+}
+
+void addPath(CommandLine& line, const QByteArray& argument, const QByteArray& currentFolder)
+{
+    const QByteArray path = argument.startsWith('/') ? argument : joinPath(currentFolder, argument);
+    if (!argument.isEmpty() && fileStatus(path))
+        line.paths.push_back(path);
+    else
+        line.errors += "quorvane: no such file or folder: " + argument + '\n';
+}
+
+} // namespace
+
+CommandLine parseCommandLine(
+    const std::vector<QByteArray>& arguments, const QByteArray& currentFolder)
+{
+    CommandLine line;
+    bool onlyNames = false;
+    bool namesAny = false;
+    for (const QByteArray& argument : arguments) {
+        if (onlyNames || !isOption(argument)) {
+            namesAny = true;
+            addPath(line, argument, currentFolder);
+        } else if (argument == "--") {
+            onlyNames = true;
+        } else if (argument == "-h" || argument == "--help") {
+            return ending(0, kHelp, {});
+        } else if (argument == "-v" || argument == "--version") {
+            return ending(0, QByteArray("quorvane ") + kVersion + '\n', {});
+        } else {
+            return ending(kUsageError, {},
+                "quorvane: unknown option: " + argument + " (--help lists them)\n");
+        }
+    }
+    if (namesAny && line.paths.empty())
+        line.exitStatus = kNothingToShow;
+    return line;
+}
+
+} // namespace quorvane

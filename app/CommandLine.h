@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the program was called with.
+#pragma once
+
+#include <QByteArray>
+
+#include <optional>
+#include <vector>
+
+namespace quorvane {
+
+/// A command line, understood.
+struct CommandLine {
+    std::vector<QByteArray> paths; ///< Absolute; each of them exists.
+    QByteArray output; ///< For standard output; lines.
+    QByteArray errors; ///< For standard error; lines.
+    std::optional<int> exitStatus; ///< Set when the program is to end at once.
+};
+
+/// \param arguments      without the program's name; bytes, since names of files are.
+/// \param currentFolder  absolute.
+CommandLine parseCommandLine(
+    const std::vector<QByteArray>& arguments, const QByteArray& currentFolder);
+
+} // namespace quorvane

@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The controller's life, the start of a show, and the windows around it.
+#include "app/SlideController.h"
+
+#include "app/Help.h"
+#include "app/OpenPanel.h"
+#include "app/SlideWindow.h"
+#include "images/SVImageCache.h"
+#include "platform/MainQueue.h"
+#include "platform/UserDefaults.h"
+#include "settings/SettingsCatalogue.h"
+
+#include <QGuiApplication>
+#include <QStandardPaths>
+
+namespace quorvane {
+
+SlideController::SlideController(UserDefaults& defaults, Clock& clock, MakeDisplay makeDisplay)
+    : mDefaults(defaults)
+    , mClock(clock)
+    , mMakeDisplay(std::move(makeDisplay))
+    , mSequence(defaults)
+    , mCurrentScreen(QGuiApplication::primaryScreen())
+{
+    mSequence.setDelegate(this);
+}
+
+SlideController::~SlideController()
+{
+    mSequence.stopCollecting();
+    if (mView)
+        mView->setDelegate(nullptr);
+    SVImageCache::purge();
+}
+
+void SlideController::awakeFromNib()
+{
+    registerDefaultSettings(mDefaults);
+    mLastSlideTime = mDefaults.floatValue(kSlideInterval);
+    mIntervalObservation = mDefaults.observe(kSlideInterval, [this] { slideIntervalChanged(); });
+}
+
+void SlideController::openFiles(const std::vector<QByteArray>& paths)
+{
+    const auto collect = [this, paths] {
+        mSequence.addFiles(paths);
+        mSequence.sort();
+        mSequence.removeDuplicates();
+    };
+    fill(collect, [this] {
+        // A new user is to see the hints in peace: they stand in front of the first slide.
+        if (mShowsHints)
+            mSequence.first();
+        else
+            firstSlide();
+    });
+}
+
+void SlideController::addURLs(const std::vector<FileURL>& urls)
+{
+    fill([this, urls] { mSequence.addURLs(urls); }, [] {});
+}
+
+void SlideController::fill(
+    const std::function<void()>& collect, const std::function<void()>& afterwards)
+{
+    ++mOpenings;
+    const std::function<void()> finished = mLifeGuard.wrap([this, afterwards] {
+        --mOpenings;
+        afterwards();
+        filled();
+    });
+    mDispatchQueue.async([collect, finished] {
+        collect();
+        MainQueue::async(finished);
+    });
+}
+
+void SlideController::filled()
+{
+    if (mOpenings > 0 || mSequence.count() > 0)
+        return;
+    // Nothing that was named can be shown.
+    if (mWindow)
+        endSlideShow();
+    else
+        showEnded();
+}
+
+void SlideController::applicationDidFinishLaunching()
+{
+    // While files are being collected, filled() decides.
+    if (mOpenings == 0 && mSequence.count() == 0)
+        showEnded();
+}
+
+void SlideController::applicationWillBecomeActive()
+{
+    if (mOpenings > 0)
+        return;
+    const auto current = mSequence.current();
+    if (!current) {
+        if (!mDefaults.hasValue(kShowWelcome) || mDefaults.boolValue(kShowWelcome))
+            ShowWelcomeScreen();
+        return;
+    }
+    const QSize screen = mCurrentScreen ? mCurrentScreen->geometry().size() : QSize();
+    if (mWindow && mWindow->coveredSize() == screen)
+        return;
+    exitFullScreen();
+    goFullScreen(mCurrentScreen);
+    openImageURL(*current, true);
+}
+
+bool SlideController::waitUntilIdle(std::chrono::milliseconds limit)
+{
+    return mDispatchQueue.drainFor(limit) && DispatchQueue::global().drainFor(limit);
+}
+
+void SlideController::firstFileFound()
+{
+    MainQueue::async(mLifeGuard.wrap([this] { autoPlay(); }));
+}
+
+void SlideController::autoPlay()
+{
+    const auto current = mSequence.current();
+    if (!current)
+        return;
+    if (mWelcomeController)
+        mWelcomeController->closeWindow();
+    if (mDefaults.boolValue(kHintsShown))
+        openImageURL(*current, true);
+    else
+        ShowHintScreen();
+    if (mDefaults.boolValue(kAutoStart) && !isPlaying())
+        Play();
+}
+
+void SlideController::ShowHintScreen()
+{
+    openImageURL(FileURL(QByteArrayLiteral(":/resources/hint screen.png")), true);
+    mShowsHints = true;
+    mDefaults.setValue(kHintsShown, true);
+}
+
+void SlideController::endSlideShow()
+{
+    Stop();
+    if (mView)
+        mView->clearImage();
+    exitFullScreen();
+    mShownURL.reset();
+    mShowsHints = false;
+    mSequence.stopCollecting();
+    const std::function<void()> ended = mLifeGuard.wrap([this] { showEnded(); });
+    mDispatchQueue.async([this, ended] {
+        mSequence.clear();
+        MainQueue::async(ended);
+    });
+    SVImageCache::purge();
+}
+
+void SlideController::showEnded()
+{
+    if (mOpenings > 0 || mSequence.count() > 0 || mWindow || mOpenPanel)
+        return; // Another show is on its way.
+    const bool greets = !mDefaults.hasValue(kShowWelcome) || mDefaults.boolValue(kShowWelcome);
+    if (greets && !mQuitsAfterShow)
+        ShowWelcomeScreen();
+    else
+        Q_EMIT nothingLeft();
+}
+
+void SlideController::ShowWelcomeScreen()
+{
+    if (!mWelcomeController) {
+        mWelcomeController = std::make_unique<WelcomeController>();
+        mWelcomeController->setDelegate(this);
+    }
+    mWelcomeController->showWindow();
+}
+
+void SlideController::openSelected() { openMenu(); }
+
+void SlideController::welcomeClosedByHand()
+{
+    if (!mWindow && mOpenings == 0 && !mOpenPanel)
+        Q_EMIT nothingLeft();
+}
+
+void SlideController::openMenu()
+{
+    if (mOpenPanel)
+        return;
+    mOpenPanel = std::make_unique<OpenPanel>(
+        FileURL::fromEncoded(mDefaults.stringValue(kLastUsedOpenDirectory).toUtf8()));
+    const auto done = mLifeGuard.wrap([this](const OpenPanelChoice& choice) {
+        mOpenPanel.release()->deleteLater(); // It is the one that calls.
+        if (!choice.urls.empty())
+            chosen(choice);
+    });
+    mOpenPanel->begin(mWindow.get(), done);
+}
+
+void SlideController::chosen(const OpenPanelChoice& choice)
+{
+    Stop();
+    ++mOpenings; // The welcome window stays away between the old show and the new one.
+    endSlideShow();
+    addURLs(choice.urls);
+    --mOpenings;
+    mDefaults.setValue(kLastUsedOpenDirectory, QString::fromLatin1(choice.directory.encoded()));
+}
+
+void SlideController::showHelp() { openUserGuide(); }
+
+void SlideController::goFullScreen(QScreen* screen)
+{
+    if (!mWindow) {
+        mWindow = std::make_unique<SlideWindow>();
+        mView = mMakeDisplay();
+        mView->setDelegate(this);
+        mWindow->setDisplay(mView->widget());
+        mWindow->setKeyHandler(
+            [this](const QString& characters, int key) { return keyDown(characters, key); });
+        connect(mWindow.get(), &SlideWindow::closedByHand, this, [this] { windowClosedByHand(); });
+        addCommands(*mWindow);
+    }
+    mWindow->cover(screen);
+}
+
+void SlideController::exitFullScreen()
+{
+    if (!mWindow)
+        return;
+    mView->setDelegate(nullptr);
+    mWindow->hide();
+    // Later, and the display as the window's child: one of the two may be calling.
+    mView.release();
+    mWindow.release()->deleteLater();
+}
+
+void SlideController::windowClosedByHand()
+{
+    mQuitsAfterShow = true;
+    endSlideShow();
+}
+
+} // namespace quorvane

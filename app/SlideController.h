@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The one controller of everything.
+#pragma once
+
+#include "display/SVImageDisplay.h"
+#include "platform/Clock.h"
+#include "platform/DispatchQueue.h"
+#include "platform/LifeGuard.h"
+#include "platform/Observation.h"
+#include "sequence/FileSequence.h"
+#include "welcome/WelcomeController.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QScreen>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace quorvane {
+
+class OpenPanel;
+struct OpenPanelChoice;
+class SlideWindow;
+class UserDefaults;
+
+/// Owns the show: its sequence of files, its window with the display, its timer, and the windows
+/// around it. Everything else talks back to it through delegates only.
+///
+/// Idle (no slides) -> loading (the sequence is being filled on a queue) -> showing (the window is
+/// up)
+/// <-> playing (the timer runs) -> idle again by endSlideShow().
+///
+/// Thread: main. Sequences are filled and emptied on the queue "com.quorvane.filesequence", one
+/// block after the other; what follows comes back to the main thread.
+class SlideController : public QObject,
+                        public FileSequenceDelegate,
+                        public SVImageDisplayDelegate,
+                        public WelcomeControllerDelegate {
+    Q_OBJECT
+
+public:
+    using MakeDisplay = std::function<std::unique_ptr<SVImageDisplay>()>;
+
+    /// \param defaults, clock  must outlive the controller.
+    /// \param makeDisplay      called once for each window of a show.
+    SlideController(UserDefaults& defaults, Clock& clock, MakeDisplay makeDisplay);
+    ~SlideController() override;
+
+    // The life of the application.
+
+    /// Once, before all else: the default settings, and what is observed.
+    void awakeFromNib();
+
+    /// Adds files and folders to the show, and starts it with the first. What is there already
+    /// stays. \param paths  absolute.
+    void openFiles(const std::vector<QByteArray>& paths);
+
+    /// Once, after the files that the program was started with: what a program without slides
+    /// shows.
+    void applicationDidFinishLaunching();
+
+    /// One of the windows became the active one while none was: greets who has no show, and takes a
+    /// show whose screen has changed full screen again.
+    void applicationWillBecomeActive();
+
+    /// Waits for the queues. \return false when they still worked after `limit`.
+    bool waitUntilIdle(std::chrono::milliseconds limit);
+
+    // The show.
+
+    /// Whether the timer runs.
+    bool isPlaying() const { return mTimer != nullptr; }
+
+    /// What was last handed to the display; nothing while nothing is shown.
+    const std::optional<FileURL>& mImageURL() const { return mShownURL; }
+
+    /// Seconds; the timer's period in use.
+    double mSlideTime() const { return mPeriod; }
+
+    bool mHintsScreenShown() const { return mShowsHints; }
+    FileSequence& mFileSequence() { return mSequence; }
+    SlideWindow* mScreenWindow() const { return mWindow.get(); }
+
+    /// Shows the slide at that place; the direction is that of the way there.
+    void gotoImageIndex(size_t index);
+
+    /// Shows the current slide again, if the display is free.
+    void reloadCurrent();
+
+    /// A key that no command answers. \return whether it was used up.
+    bool keyDown(const QString& characters, int key);
+
+    // From the delegates' protocols.
+
+    void firstFileFound() override; ///< Thread: any.
+    void newFilesFound() override; ///< Thread: any.
+    void currentFileChanged() override;
+    void delayNextImage() override;
+    void imageWithURLFinished(const FileURL& url) override;
+    void openSelected() override;
+    void welcomeClosedByHand() override;
+
+public Q_SLOTS:
+    void Play();
+    void Start();
+    void Stop();
+    void nextSlide();
+    void previousSlide();
+    void firstSlide();
+    void endSlideShow();
+    void cancel();
+    void ShrinkToFit();
+    void ZoomToFit();
+    void FillScreen();
+    void Stretch();
+    void openMenu();
+    void ShowHintScreen();
+    void ShowWelcomeScreen();
+    void showHelp();
+    void quit();
+
+Q_SIGNALS:
+    /// The person quits, or there is no show, no window, and nothing that would bring one.
+    void nothingLeft();
+
+    /// The timer was started or stopped.
+    void playingChanged(bool isPlaying);
+
+private:
+    // Opening.
+    void fill(const std::function<void()>& collect, const std::function<void()>& afterwards);
+    void filled();
+    void addURLs(const std::vector<FileURL>& urls);
+    void autoPlay();
+    void showEnded();
+    void chosen(const OpenPanelChoice& choice);
+
+    // The show.
+    void startTimer();
+    void resetTimer();
+    void myTimerFireMethod();
+    void next();
+    void previous();
+    bool isBusy() const;
+    void openImageURL(const FileURL& url, bool forward);
+    void slideCouldNotBeShown(const FileURL& url);
+    void readAhead();
+    void slideIntervalChanged();
+    void setFitMode(QLatin1String mode);
+
+    // Screens.
+    void goFullScreen(QScreen* screen);
+    void exitFullScreen();
+    void windowClosedByHand();
+    void addCommands(SlideWindow& window);
+
+    UserDefaults& mDefaults;
+    Clock& mClock;
+    const MakeDisplay mMakeDisplay;
+    FileSequence mSequence;
+
+    std::unique_ptr<SlideWindow> mWindow; ///< Null while no show is on screen.
+    std::unique_ptr<SVImageDisplay> mView; ///< In mWindow, and as long as it.
+    QPointer<QScreen> mCurrentScreen; ///< The screen that the show uses.
+    std::unique_ptr<WelcomeController> mWelcomeController; ///< Made when first needed.
+    std::unique_ptr<OpenPanel> mOpenPanel; ///< While it is open.
+
+    std::optional<FileURL> mShownURL;
+    std::unique_ptr<Timer> mTimer; ///< Set exactly while the show plays.
+    double mPeriod = 0; ///< Seconds.
+    std::optional<TimePoint> mLastSlideChange; ///< When the last picture came on screen.
+    double mLastSlideTime = 0; ///< Seconds that the one before it stayed.
+    TimePoint mLoadBegan; ///< When the last picture was asked for.
+    bool mShowsHints = false; ///< The hint screen stands in front of the current slide.
+    int mOpenings = 0; ///< Collections handed to the queue whose end has not been heard of.
+    bool mQuitsAfterShow = false; ///< The person closed the show's window.
+
+    Observation mIntervalObservation;
+    DispatchQueue mDispatchQueue { "com.quorvane.filesequence" };
+    LifeGuard mLifeGuard;
+};
+
+} // namespace quorvane

@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// How the show moves from slide to slide.
+#include "app/SlideController.h"
+#include "app/SlideWindow.h"
+#include "platform/MainQueue.h"
+#include "platform/NumberParsing.h"
+#include "platform/UserDefaults.h"
+#include "settings/SettingsCatalogue.h"
+
+#include <algorithm>
+
+namespace quorvane {
+
+namespace {
+
+/// Seconds. A stored interval of nothing, or less, would step without end; ten slides a second is
+/// as fast as anybody can follow.
+constexpr double kShortestInterval = 0.1;
+
+/// How long the person is left alone with the slide after doing something to it.
+constexpr std::chrono::seconds kDelay { 5 };
+
+/// How long a step waits for a picture that is still being decoded. After that the person has made
+/// up their mind not to see it.
+constexpr std::chrono::seconds kPatience { 1 };
+
+} // namespace
+
+void SlideController::startTimer()
+{
+    mTimer = mClock.scheduleTimer(durationFromSeconds(std::max(mPeriod, kShortestInterval)),
+        Clock::Repetition::Once, [this] { myTimerFireMethod(); });
+}
+
+void SlideController::resetTimer()
+{
+    if (mTimer)
+        startTimer();
+}
+
+void SlideController::myTimerFireMethod()
+{
+    resetTimer();
+    // A slide that is not there yet is not passed over: it would never be, if each took that long.
+    if (!mView || !mView->isLoading())
+        next();
+}
+
+void SlideController::Start()
+{
+    if (isPlaying())
+        return;
+    mPeriod = mDefaults.floatValue(kSlideInterval);
+    startTimer();
+    Q_EMIT playingChanged(true);
+}
+
+void SlideController::Stop()
+{
+    if (!isPlaying())
+        return;
+    mTimer.reset();
+    Q_EMIT playingChanged(false);
+}
+
+void SlideController::Play()
+{
+    if (isPlaying())
+        Stop();
+    else
+        Start();
+}
+
+void SlideController::slideIntervalChanged()
+{
+    const Duration before = durationFromSeconds(std::max(mPeriod, kShortestInterval));
+    mPeriod = mDefaults.floatValue(kSlideInterval);
+    if (!isPlaying())
+        return;
+    const Duration period = durationFromSeconds(std::max(mPeriod, kShortestInterval));
+    const TimePoint now = mClock.now();
+    const Duration waited = before - (mTimer->fireDate() - now);
+    if (waited >= period)
+        mTimer->fire();
+    else
+        mTimer->setFireDate(now + (period - waited));
+}
+
+void SlideController::delayNextImage()
+{
+    const TimePoint earliest = mClock.now() + kDelay;
+    if (isPlaying() && mTimer->fireDate() < earliest)
+        mTimer->setFireDate(earliest);
+}
+
+void SlideController::nextSlide()
+{
+    resetTimer();
+    next();
+}
+
+void SlideController::previousSlide()
+{
+    resetTimer();
+    previous();
+}
+
+void SlideController::firstSlide()
+{
+    const auto url = mSequence.first();
+    if (!url)
+        return;
+    resetTimer();
+    openImageURL(*url, false);
+}
+
+void SlideController::gotoImageIndex(size_t index)
+{
+    const size_t before = mSequence.currentIndex();
+    const auto url = mSequence.gotoIndex(index);
+    if (!url)
+        return;
+    openImageURL(*url, before < index);
+    mWindow->raise();
+    mWindow->activateWindow();
+}
+
+void SlideController::next()
+{
+    if (isBusy())
+        return;
+    const auto url = mShowsHints ? mSequence.current() : mSequence.next();
+    if (url)
+        openImageURL(*url, true);
+    else if (mDefaults.stringValue(kEndMode) == kEndModeClose)
+        endSlideShow();
+}
+
+void SlideController::previous()
+{
+    if (isBusy())
+        return;
+    const auto url = mShowsHints ? mSequence.current() : mSequence.previous();
+    if (url)
+        openImageURL(*url, false);
+}
+
+bool SlideController::isBusy() const
+{
+    if (!mView)
+        return false;
+    return mView->isBusy() || (mView->isLoading() && mClock.now() - mLoadBegan < kPatience);
+}
+
+void SlideController::openImageURL(const FileURL& url, bool forward)
+{
+    mShowsHints = false;
+    mShownURL = url;
+    if (!mWindow || !mWindow->isVisible())
+        goFullScreen(mCurrentScreen);
+    mWindow->hideMouseUntilItMoves();
+    mLoadBegan = mClock.now();
+    mView->setImageWithURL(url, forward);
+}
+
+void SlideController::imageWithURLFinished(const FileURL& url)
+{
+    if (!mView->ImageOK()) {
+        slideCouldNotBeShown(url);
+        return;
+    }
+    const TimePoint now = mClock.now();
+    if (mLastSlideChange)
+        mLastSlideTime = secondsFromDuration(now - *mLastSlideChange);
+    mLastSlideChange = now;
+    readAhead();
+}
+
+void SlideController::slideCouldNotBeShown(const FileURL& url)
+{
+    mSequence.remove(url);
+    mShownURL.reset();
+    if (mSequence.count() > 0) {
+        mSequence.previous();
+        next();
+    } else if (mOpenings == 0) {
+        endSlideShow(); // The last of them. While files are still being collected, more may come.
+    }
+}
+
+void SlideController::readAhead()
+{
+    const auto url = mShowsHints ? mSequence.current() : mSequence.atOffset(1);
+    if (url && url != mShownURL)
+        mView->readAhead(*url);
+}
+
+void SlideController::reloadCurrent()
+{
+    const auto url = mSequence.current();
+    if (url && mView && !isBusy())
+        openImageURL(*url, true);
+}
+
+void SlideController::newFilesFound()
+{
+    MainQueue::async(mLifeGuard.wrap([this] {
+        if (mShownURL && (isPlaying() || !mDefaults.boolValue(kShowNewItemsASAP)))
+            return; // A running show reaches them in their turn.
+        next();
+        autoPlay();
+    }));
+}
+
+void SlideController::currentFileChanged() { reloadCurrent(); }
+
+bool SlideController::keyDown(const QString& characters, int key)
+{
+    const qint64 number = integerValue(characters);
+    if (number >= 1) {
+        mDefaults.setValue(kSlideInterval, static_cast<double>(number));
+        Start();
+    } else if (number == 0) {
+        Stop();
+    }
+    if (key != Qt::Key_Space)
+        return false;
+    nextSlide();
+    return true;
+}
+
+} // namespace quorvane

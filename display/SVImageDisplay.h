@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the show needs of whatever displays it.
+#pragma once
+
+#include "platform/FileURL.h"
+
+#include <memory>
+
+class QWidget;
+
+namespace quorvane {
+
+class SVImage;
+
+/// Hears from the display. Thread: main.
+class SVImageDisplayDelegate {
+public:
+    virtual ~SVImageDisplayDelegate() = default;
+
+    /// The person is busy with the slide: it is to stay for a while.
+    virtual void delayNextImage() = 0;
+
+    /// The answer to setImageWithURL(): the picture is on screen, or ImageOK() is false and the
+    /// screen is as it was. May come before setImageWithURL() returns. A request that is overtaken
+    /// by another is never answered.
+    virtual void imageWithURLFinished(const FileURL& url) = 0;
+};
+
+/// Shows one slide at a time. Thread: main.
+class SVImageDisplay {
+public:
+    virtual ~SVImageDisplay() = default;
+
+    /// Not owned.
+    virtual void setDelegate(SVImageDisplayDelegate* delegate) = 0;
+
+    /// False when the last request by URL came to nothing.
+    virtual bool ImageOK() const = 0;
+
+    /// Shows nothing.
+    virtual void clearImage() = 0;
+
+    /// Places the picture anew, after the setting "ImageFitMode" changed.
+    virtual void updateFitMode() = 0;
+
+    /// Has the file decoded and shows it, in place of what is asked for and not yet there. Ignored
+    /// while a transition runs. What is on screen stays until the new picture is ready.
+    /// \param forward  towards later slides; the direction of a transition.
+    virtual void setImageWithURL(const FileURL& url, bool forward) = 0;
+
+    /// Shows a picture that is there already.
+    virtual void setImage(const std::shared_ptr<SVImage>& image, bool forward) = 0;
+
+    /// Places and decodes the picture anew.
+    virtual void refresh() = 0;
+
+    /// Whether a transition is running.
+    virtual bool isBusy() const = 0;
+
+    /// Whether a picture was asked for and is not ready yet.
+    virtual bool isLoading() const = 0;
+
+    /// Decodes a picture that will probably be asked for next.
+    virtual void readAhead(const FileURL& url) = 0;
+
+    /// Itself as a widget.
+    virtual QWidget* widget() = 0;
+};
+
+} // namespace quorvane

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/MainQueue.h"
+
+#include <QCoreApplication>
+
+#include <deque>
+#include <mutex>
+
+namespace quorvane {
+
+namespace {
+
+// A list of our own, with Qt only as the alarm clock: the mutex here is one that the thread
+// sanitizer sees, so that it can follow a value from the thread that made it to the main thread.
+struct Waiting {
+    std::mutex mutex;
+    std::deque<std::function<void()>> blocks;
+};
+
+Waiting& waiting()
+{
+    static Waiting instance;
+    return instance;
+}
+
+/// \return false when nothing waits.
+bool runOne()
+{
+    std::function<void()> block;
+    {
+        const std::lock_guard lock(waiting().mutex);
+        if (waiting().blocks.empty())
+            return false;
+        block = std::move(waiting().blocks.front());
+        waiting().blocks.pop_front();
+    }
+    block();
+    return true;
+}
+
+} // namespace
+
+void MainQueue::async(std::function<void()> block)
+{
+    {
+        const std::lock_guard lock(waiting().mutex);
+        waiting().blocks.push_back(std::move(block));
+    }
+    // One wake-up a block: input and painting get their turn between two blocks.
+    if (QCoreApplication* application = QCoreApplication::instance())
+        QMetaObject::invokeMethod(
+            application, [] { runOne(); }, Qt::QueuedConnection);
+}
+
+void MainQueue::drain()
+{
+    while (runOne()) { }
+}
+
+} // namespace quorvane

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the program answers to the words it is started with.
+#include "ShowTest.h"
+
+namespace quorvane::show {
+
+namespace {
+
+using testing::Test;
+
+constexpr ExitStatus kFine { 0, 0 };
+constexpr ExitStatus kNothing { 1, 0 };
+constexpr ExitStatus kMisused { 2, 0 };
+
+/// One line, and it ends.
+bool isOneLine(const QByteArray& text)
+{
+    return text.size() > 1 && text.count('\n') == 1 && text.endsWith('\n');
+}
+
+/// Started where there is no display.
+struct CommandLine : Test {
+    std::optional<ExitStatus> run(std::vector<QByteArray> arguments)
+    {
+        viewer.start(std::move(arguments));
+        return viewer.waitForExit(kWaitLimit);
+    }
+
+    Viewer viewer { nullptr };
+};
+
+TEST_F(CommandLine, HelpNamesOptionsAndKeys)
+{
+    ASSERT_EQ(run({ "--help" }), kFine);
+
+    const QByteArray help = viewer.standardOutput();
+    for (const char* word : { "quorvane", "--help", "--version", "Escape", "Right", "Home" })
+        EXPECT_TRUE(help.contains(word)) << word;
+    EXPECT_EQ(viewer.standardError(), QByteArray());
+}
+
+TEST_F(CommandLine, VersionNamesTheProgram)
+{
+    ASSERT_EQ(run({ "--version" }), kFine);
+
+    const QByteArray version = viewer.standardOutput();
+    EXPECT_TRUE(isOneLine(version));
+    EXPECT_TRUE(version.toLower().contains("quorvane") && version.contains('.'));
+}
+
+TEST_F(CommandLine, AnUnknownOptionIsRefused)
+{
+    ASSERT_EQ(run({ "--no-such-option" }), kMisused);
+
+    EXPECT_TRUE(isOneLine(viewer.standardError())) << viewer.standardError().toStdString();
+    EXPECT_TRUE(viewer.standardError().contains("--no-such-option"));
+    EXPECT_EQ(viewer.standardOutput(), QByteArray());
+}
+
+TEST_F(CommandLine, AnUnknownOptionIsRefusedBesideAFile)
+{
+    EXPECT_EQ(run({ "/", "--no-such-option" }), kMisused);
+}
+
+TEST_F(CommandLine, WithoutADisplayItLeavesWithOneLine)
+{
+    ASSERT_EQ(run({ "/" }), kNothing);
+
+    EXPECT_TRUE(isOneLine(viewer.standardError())) << viewer.standardError().toStdString();
+}
+
+TEST_F(CommandLine, WithADisplayThatDoesNotAnswerItLeavesWithOneLine)
+{
+    viewer.setVariable("DISPLAY", ":4711");
+    viewer.setVariable("QT_QPA_PLATFORM", "xcb");
+
+    ASSERT_EQ(run({ "/" }), kNothing);
+
+    EXPECT_TRUE(isOneLine(viewer.standardError())) << viewer.standardError().toStdString();
+}
+
+/// Started on a desktop.
+struct CommandLineOnADesktop : ShowTest { };
+
+TEST_F(CommandLineOnADesktop, AMissingPathIsNamedAndTheRestIsShown)
+{
+    pictures.writeSolid("1.png", kRed);
+    viewer->writeSettings(plainSettings());
+
+    viewer->start({ pictures.path("missing.png"), pictures.path("1.png") });
+
+    ASSERT_TRUE(ready(kRed));
+    const QByteArray errors = viewer->standardError();
+    EXPECT_TRUE(isOneLine(errors)) << errors.toStdString();
+    EXPECT_TRUE(errors.contains("missing.png"));
+}
+
+TEST_F(CommandLineOnADesktop, NothingButMissingPathsOpensNoWindow)
+{
+    viewer->writeSettings(plainSettings({ { QStringLiteral("ShowWelcome"), true } }));
+
+    viewer->start({ pictures.path("missing.png"), pictures.path("neither") });
+    bool anyWindow = false;
+    ASSERT_TRUE(desktop.waitFor(QStringLiteral("the program leaves"), [&] {
+        anyWindow = anyWindow || !desktop.windowsOf(viewer->pid()).empty();
+        return !viewer->running();
+    }));
+
+    EXPECT_EQ(viewer->exitStatus(), kNothing);
+    EXPECT_FALSE(anyWindow);
+    EXPECT_EQ(viewer->standardError().count('\n'), 2);
+}
+
+TEST_F(CommandLineOnADesktop, WithoutPathsTheWelcomeWindowComes)
+{
+    viewer->writeSettings(plainSettings({ { QStringLiteral("ShowWelcome"), true } }));
+
+    viewer->start({});
+
+    EXPECT_TRUE(welcomes());
+}
+
+TEST_F(CommandLineOnADesktop, ANormalShowSaysNothing)
+{
+    pictures.writeSolid("1.png", kRed);
+    startShow();
+    ASSERT_TRUE(ready(kRed));
+
+    ASSERT_TRUE(quits());
+
+    EXPECT_EQ(viewer->standardOutput(), QByteArray());
+    EXPECT_EQ(viewer->standardError(), QByteArray());
+}
+
+} // namespace
+
+} // namespace quorvane::show
