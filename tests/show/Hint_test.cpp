@@ -66,9 +66,7 @@ TEST_F(Hint, ComesOnce)
     viewer->start({ pictures.path() });
     ASSERT_TRUE(ready(kRed));
 
-    for (const Pixel colour : coloursOf(desktop.takeRecording()))
-        EXPECT_TRUE(colour == kDesktop || colour == kBlack || colour == kRed)
-            << testing::PrintToString(colour);
+    EXPECT_TRUE(showedOnly({ kDesktop, kBlack, kRed }, desktop.takeRecording()));
 }
 
 } // namespace

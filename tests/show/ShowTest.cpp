@@ -2,8 +2,8 @@
 // The steps that show tests have in common.
 #include "ShowTest.h"
 
+#include <algorithm>
 #include <set>
-#include <sstream>
 
 namespace quorvane::show {
 
@@ -151,6 +151,16 @@ std::vector<Pixel> coloursOf(const std::vector<ColourChange>& changes)
     for (const ColourChange& change : changes)
         colours.push_back(change.colour);
     return colours;
+}
+
+testing::AssertionResult showedOnly(
+    std::initializer_list<Pixel> allowed, const std::vector<ColourChange>& changes)
+{
+    for (const ColourChange& change : changes) {
+        if (std::find(allowed.begin(), allowed.end(), change.colour) == allowed.end())
+            return testing::AssertionFailure() << testing::PrintToString(coloursOf(changes));
+    }
+    return testing::AssertionSuccess();
 }
 
 std::vector<double> gapsOf(const std::vector<ColourChange>& changes)

@@ -12,8 +12,7 @@ namespace quorvane::show {
 
 /// The desktop is running when a test begins. Without the tools for one the test is skipped, or,
 /// when the variable CI is "true", fails.
-class ShowTest : public testing::Test {
-protected:
+struct ShowTest : testing::Test {
     void SetUp() override;
 
     /// Fails the test when the viewer crashed or a sanitizer complained.
@@ -66,6 +65,10 @@ protected:
 
 /// The colours alone.
 std::vector<Pixel> coloursOf(const std::vector<ColourChange>& changes);
+
+/// Every colour seen is one of `allowed`.
+[[nodiscard]] testing::AssertionResult showedOnly(
+    std::initializer_list<Pixel> allowed, const std::vector<ColourChange>& changes);
 
 /// The gaps between one change and the next, in seconds; the first entry, which is no change, is
 /// left out.

@@ -94,7 +94,7 @@ TEST_F(Stepping, InABurstKeepsTheOrderAndShowsNothingElse)
     settle();
     const auto slides = slidesOf(desktop.takeRecording());
 
-    EXPECT_EQ(std::count(slides.begin(), slides.end(), -1), 0) << testing::PrintToString(slides);
+    EXPECT_EQ(slides.front(), 0); // Anything foreign is -1 and breaks the order.
     EXPECT_TRUE(std::is_sorted(slides.begin(), slides.end())) << testing::PrintToString(slides);
     EXPECT_GT(slides.back(), 0);
 }

@@ -3,16 +3,11 @@
 #include "VirtualDesktop.h"
 
 #include "ChildProcess.h"
+#include "Screen.h"
 
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
-
-#include <X11/Xatom.h>
-#include <X11/Xlib.h>
-#include <X11/Xutil.h>
-#include <X11/extensions/XTest.h>
-#include <unistd.h>
 
 #include <cassert>
 #include <iomanip>
@@ -54,9 +49,6 @@ void write(const QString& path, const QByteArray& bytes)
     static_cast<void>(written);
 }
 
-/// Windows vanish between two questions: that is no reason to end the test.
-int ignoreError(Display* /*display*/, XErrorEvent* /*event*/) { return 0; }
-
 } // namespace
 
 void PrintTo(const Pixel& pixel, std::ostream* out)
@@ -82,17 +74,13 @@ QString saveScreen(const QImage& image)
 VirtualDesktop::VirtualDesktop(QSize size)
     : mSize(size)
 {
-    XSetErrorHandler(ignoreError);
 }
 
 VirtualDesktop::~VirtualDesktop()
 {
-    // The manager first: the library ends a client whose screen goes away.
+    // Clients before their server: the library ends a client whose server goes away.
     mManager.reset();
-    if (mDisplay != nullptr)
-        XCloseDisplay(mDisplay);
     mScreen.reset();
-    mBus.reset();
 }
 
 QStringList VirtualDesktop::missingTools()
@@ -107,8 +95,8 @@ QStringList VirtualDesktop::missingTools()
 
 testing::AssertionResult VirtualDesktop::start()
 {
-    if (auto screen = startScreen(); !screen)
-        return screen;
+    if (auto server = startServer(); !server)
+        return server;
     if (auto manager = startManager(); !manager)
         return manager;
     return startBus();
@@ -120,22 +108,19 @@ QByteArray VirtualDesktop::busAddress() const
         + QFile::encodeName(mFolder.filePath(QStringLiteral("bus")));
 }
 
-testing::AssertionResult VirtualDesktop::startScreen()
+testing::AssertionResult VirtualDesktop::startServer()
 {
     const QByteArray size = QByteArray::number(mSize.width()) + 'x'
         + QByteArray::number(mSize.height()) + QByteArrayLiteral("x24");
     // "-displayfd 1": the server picks a free number and says it on its standard output.
-    mScreen = startTool(
+    mServer = startTool(
         { "Xvfb", "-displayfd", "1", "-screen", "0", size, "-noreset", "-nolisten", "tcp" });
     const bool ready = poll([this] { return outputOf("Xvfb").endsWith('\n'); }, kWaitLimit);
     mDisplayName = ':' + outputOf("Xvfb").trimmed();
-    mDisplay = ready ? XOpenDisplay(mDisplayName.constData()) : nullptr;
-    if (mDisplay == nullptr)
+    mScreen = ready ? Screen::open(mDisplayName) : nullptr;
+    if (!mScreen)
         return testing::AssertionFailure() << "Xvfb offers no screen";
-    const Window root = DefaultRootWindow(mDisplay);
-    XSetWindowBackground(mDisplay, root, kDesktop.rgb);
-    XClearWindow(mDisplay, root);
-    XSync(mDisplay, False);
+    mScreen->paintBackground(kDesktop);
     return testing::AssertionSuccess();
 }
 
@@ -145,8 +130,7 @@ testing::AssertionResult VirtualDesktop::startManager()
     write(settings, kManagerSettings);
     mManager
         = startTool({ "openbox", "--sm-disable", "--config-file", QFile::encodeName(settings) });
-    const Window root = DefaultRootWindow(mDisplay);
-    if (!poll([&] { return property(root, "_NET_SUPPORTING_WM_CHECK") != 0; }, kWaitLimit))
+    if (!poll([this] { return mScreen->hasWindowManager(); }, kWaitLimit))
         return testing::AssertionFailure() << "openbox manages no windows";
     return testing::AssertionSuccess();
 }
@@ -181,134 +165,20 @@ QByteArray VirtualDesktop::outputOf(const char* tool) const
     return contentsOf(mFolder.filePath(QString::fromUtf8(tool) + QStringLiteral(".out")));
 }
 
-Pixel VirtualDesktop::colourAt(QPoint where)
-{
-    XImage* image = XGetImage(
-        mDisplay, DefaultRootWindow(mDisplay), where.x(), where.y(), 1, 1, AllPlanes, ZPixmap);
-    assert(image != nullptr);
-    const Pixel pixel { static_cast<quint32>(XGetPixel(image, 0, 0) & 0xffffffU) };
-    XDestroyImage(image);
-    return pixel;
-}
+Pixel VirtualDesktop::colourAt(QPoint where) { return mScreen->colourAt(where); }
 
-QImage VirtualDesktop::image()
-{
-    XImage* image = XGetImage(mDisplay, DefaultRootWindow(mDisplay), 0, 0,
-        static_cast<unsigned>(mSize.width()), static_cast<unsigned>(mSize.height()), AllPlanes,
-        ZPixmap);
-    assert(image != nullptr && image->bits_per_pixel == 32);
-    const QImage copy = QImage(reinterpret_cast<const uchar*>(image->data), image->width,
-        image->height, image->bytes_per_line, QImage::Format_RGB32)
-                            .copy();
-    XDestroyImage(image);
-    return copy;
-}
+QImage VirtualDesktop::image() { return mScreen->image(); }
 
 void VirtualDesktop::key(KeySymbol symbol, std::initializer_list<KeySymbol> modifiers)
 {
-    const auto send = [this](KeySymbol which, bool down) {
-        XTestFakeKeyEvent(
-            mDisplay, XKeysymToKeycode(mDisplay, which), down ? True : False, CurrentTime);
-    };
-    for (const KeySymbol modifier : modifiers)
-        send(modifier, true);
-    send(symbol, true);
-    send(symbol, false);
-    for (const KeySymbol modifier : modifiers)
-        send(modifier, false);
-    XSync(mDisplay, False);
+    mScreen->key(symbol, modifiers);
 }
 
-void VirtualDesktop::moveMouse(QPoint where)
-{
-    XTestFakeMotionEvent(mDisplay, DefaultScreen(mDisplay), where.x(), where.y(), CurrentTime);
-    XSync(mDisplay, False);
-}
+void VirtualDesktop::moveMouse(QPoint where) { mScreen->moveMouse(where); }
 
-unsigned long VirtualDesktop::property(unsigned long window, const char* name)
-{
-    Atom type = 0;
-    int format = 0;
-    unsigned long count = 0;
-    unsigned long left = 0;
-    unsigned char* data = nullptr;
-    const int status = XGetWindowProperty(mDisplay, window, XInternAtom(mDisplay, name, False), 0,
-        1, False, AnyPropertyType, &type, &format, &count, &left, &data);
-    unsigned long value = 0;
-    if (status == Success && format == 32 && count > 0)
-        value = *reinterpret_cast<const unsigned long*>(data);
-    if (data != nullptr)
-        XFree(data);
-    return value;
-}
+pid_t VirtualDesktop::focusedProcess() { return mScreen->focusedProcess(); }
 
-pid_t VirtualDesktop::processOf(unsigned long window)
-{
-    return static_cast<pid_t>(property(window, "_NET_WM_PID"));
-}
-
-pid_t VirtualDesktop::focusedProcess()
-{
-    Window window = 0;
-    int revert = 0;
-    XGetInputFocus(mDisplay, &window, &revert);
-    while (window > PointerRoot) {
-        if (const pid_t process = processOf(window); process != 0)
-            return process;
-        Window root = 0;
-        Window parent = 0;
-        Window* children = nullptr;
-        unsigned count = 0;
-        if (XQueryTree(mDisplay, window, &root, &parent, &children, &count) == 0)
-            return 0;
-        if (children != nullptr)
-            XFree(children);
-        window = parent;
-    }
-    return 0;
-}
-
-QRect VirtualDesktop::rectangleOf(unsigned long window)
-{
-    XWindowAttributes attributes {};
-    Window child = 0;
-    int x = 0;
-    int y = 0;
-    if (XGetWindowAttributes(mDisplay, window, &attributes) == 0
-        || XTranslateCoordinates(mDisplay, window, attributes.root, 0, 0, &x, &y, &child) == 0
-        || attributes.map_state != IsViewable) {
-        return {};
-    }
-    return { x, y, attributes.width, attributes.height };
-}
-
-std::vector<QRect> VirtualDesktop::windowsOf(pid_t process)
-{
-    Window root = 0;
-    Window parent = 0;
-    Window* frames = nullptr;
-    unsigned count = 0;
-    XQueryTree(mDisplay, DefaultRootWindow(mDisplay), &root, &parent, &frames, &count);
-    std::vector<Window> candidates(frames, frames + count);
-    XFree(frames);
-    std::vector<QRect> found;
-    // Grows while it is walked: a managed window is a child of its frame.
-    for (size_t i = 0; i < candidates.size(); ++i) {
-        const Window window = candidates[i];
-        if (processOf(window) == process) {
-            if (const QRect rectangle = rectangleOf(window); !rectangle.isEmpty())
-                found.push_back(rectangle);
-            continue;
-        }
-        Window* children = nullptr;
-        if (XQueryTree(mDisplay, window, &root, &parent, &children, &count) != 0
-            && children != nullptr) {
-            candidates.insert(candidates.end(), children, children + count);
-            XFree(children);
-        }
-    }
-    return found;
-}
+std::vector<QRect> VirtualDesktop::windowsOf(pid_t process) { return mScreen->windowsOf(process); }
 
 void VirtualDesktop::sample()
 {

@@ -19,11 +19,10 @@
 #include <optional>
 #include <vector>
 
-struct _XDisplay;
-
 namespace quorvane::show {
 
 class ChildProcess;
+class Screen;
 
 using Moment = std::chrono::steady_clock::time_point;
 using KeySymbol = unsigned long; ///< XK_Right, XK_a, ...
@@ -107,14 +106,11 @@ public:
     std::vector<ColourChange> takeRecording();
 
 private:
-    testing::AssertionResult startScreen();
+    testing::AssertionResult startServer();
     testing::AssertionResult startManager();
     testing::AssertionResult startBus();
     std::unique_ptr<ChildProcess> startTool(std::vector<QByteArray> command) const;
     QByteArray outputOf(const char* tool) const;
-    unsigned long property(unsigned long window, const char* name);
-    pid_t processOf(unsigned long window);
-    QRect rectangleOf(unsigned long window);
     bool poll(const std::function<bool()>& condition, std::chrono::milliseconds limit);
     void sample();
 
@@ -125,11 +121,11 @@ private:
 
     QSize mSize;
     QTemporaryDir mFolder; ///< Home of the tools; the bus's socket.
-    std::unique_ptr<ChildProcess> mScreen;
+    std::unique_ptr<ChildProcess> mServer;
     std::unique_ptr<ChildProcess> mManager;
     std::unique_ptr<ChildProcess> mBus;
     QByteArray mDisplayName;
-    _XDisplay* mDisplay = nullptr;
+    std::unique_ptr<Screen> mScreen; ///< Set once the server answers.
     std::optional<Recording> mRecording;
 };
 
