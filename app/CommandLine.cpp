@@ -17,14 +17,15 @@ Shows pictures full screen, one after the other.
 
   -h, --help       show this and exit
   -v, --version    show the version and exit
+  --new-instance   start a program of its own beside one that runs
   --               what follows is a name, even if it begins with "-"
 
 Keys:
-  Right, Page Down      next picture          1 … 9   play, that many seconds each
-  Left, Page Up         previous picture      0       stop
-  Home                  first picture         Space   stop, and next picture
+  Right, Page Down      next picture        1 … 9   play, that many seconds each
+  Left, Page Up         previous picture    0       stop
+  Home                  first picture       Space   stop, and next picture
   Ctrl+2 3 4 5          fit, zoom to fit, fill, stretch
-  Ctrl+O  open          F1  user guide        Escape  end the show    Ctrl+Q  quit
+  Ctrl+O  open          F1  user guide      Escape  end the show    Ctrl+Q  quit
 )";
 
 bool isOption(const QByteArray& argument) { return argument.size() > 1 && argument[0] == '-'; }
@@ -57,6 +58,8 @@ CommandLine parseCommandLine(
             addPath(line, argument, currentFolder);
         } else if (argument == "--") {
             onlyNames = true;
+        } else if (argument == "--new-instance") {
+            continue; // Every start is a program of its own.
         } else if (argument == "-h" || argument == "--help") {
             return ending(0, kHelp, {});
         } else if (argument == "-v" || argument == "--version") {

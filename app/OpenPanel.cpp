@@ -29,6 +29,7 @@ QString displayableFilter()
 
 OpenPanel::OpenPanel(const FileURL& start)
 {
+    setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(tr("Choose a folder or some files to display."));
     setOption(DontUseNativeDialog); // The desktops' own panels take either files or a folder.
     setFileMode(ExistingFiles);

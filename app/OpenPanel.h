@@ -17,7 +17,7 @@ struct OpenPanelChoice {
 };
 
 /// Lets a person choose a folder or some files, or both together: with nothing selected it opens
-/// the folder that it shows. Thread: main.
+/// the folder that it shows. Goes when it is left. Thread: main.
 class OpenPanel : public QFileDialog {
     Q_OBJECT
 

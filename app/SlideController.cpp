@@ -27,6 +27,7 @@ SlideController::SlideController(UserDefaults& defaults, Clock& clock, MakeDispl
 
 SlideController::~SlideController()
 {
+    delete mOpenPanel;
     mSequence.stopCollecting();
     if (mView)
         mView->setDelegate(nullptr);
@@ -65,21 +66,30 @@ void SlideController::fill(
     const std::function<void()>& collect, const std::function<void()>& afterwards)
 {
     ++mOpenings;
-    const std::function<void()> finished = mLifeGuard.wrap([this, afterwards] {
+    mQuitsAfterShow = false;
+    const int show = mEndedShows;
+    const std::function<void()> finished = mLifeGuard.wrap([this, show, afterwards] {
         --mOpenings;
-        afterwards();
+        if (show == mEndedShows)
+            afterwards();
         filled();
     });
-    mDispatchQueue.async([collect, finished] {
-        collect();
+    mDispatchQueue.async([this, show, collect, finished] {
+        if (show == mEndedShows) // Else it ended before its turn came.
+            collect();
         MainQueue::async(finished);
     });
 }
 
 void SlideController::filled()
 {
-    if (mOpenings > 0 || mSequence.count() > 0)
+    if (mOpenings > 0 || isEnding())
         return;
+    if (mSequence.count() > 0) {
+        if (!mShownURL)
+            firstSlide(); // The files met first could not be shown, before there were others.
+        return;
+    }
     // Nothing that was named can be shown.
     if (mWindow)
         endSlideShow();
@@ -96,7 +106,7 @@ void SlideController::applicationDidFinishLaunching()
 
 void SlideController::applicationWillBecomeActive()
 {
-    if (mOpenings > 0)
+    if (mOpenings > 0 || isEnding() || mOpenPanel)
         return;
     const auto current = mSequence.current();
     if (!current) {
@@ -125,7 +135,7 @@ void SlideController::firstFileFound()
 void SlideController::autoPlay()
 {
     const auto current = mSequence.current();
-    if (!current)
+    if (!current || isEnding())
         return;
     if (mWelcomeController)
         mWelcomeController->closeWindow();
@@ -133,14 +143,18 @@ void SlideController::autoPlay()
         openImageURL(*current, true);
     else
         ShowHintScreen();
-    if (mDefaults.boolValue(kAutoStart) && !isPlaying())
+    if (mShownURL && mDefaults.boolValue(kAutoStart) && !isPlaying())
         Play();
+}
+
+FileURL SlideController::hintScreen()
+{
+    return FileURL(QByteArrayLiteral(":/resources/hint screen.png"));
 }
 
 void SlideController::ShowHintScreen()
 {
-    openImageURL(FileURL(QByteArrayLiteral(":/resources/hint screen.png")), true);
-    mShowsHints = true;
+    openImageURL(hintScreen(), true);
     mDefaults.setValue(kHintsShown, true);
 }
 
@@ -153,7 +167,11 @@ void SlideController::endSlideShow()
     mShownURL.reset();
     mShowsHints = false;
     mSequence.stopCollecting();
-    const std::function<void()> ended = mLifeGuard.wrap([this] { showEnded(); });
+    ++mEndedShows;
+    const std::function<void()> ended = mLifeGuard.wrap([this] {
+        ++mClearedShows;
+        showEnded();
+    });
     mDispatchQueue.async([this, ended] {
         mSequence.clear();
         MainQueue::async(ended);
@@ -163,7 +181,7 @@ void SlideController::endSlideShow()
 
 void SlideController::showEnded()
 {
-    if (mOpenings > 0 || mSequence.count() > 0 || mWindow || mOpenPanel)
+    if (mOpenings > 0 || isEnding() || mSequence.count() > 0 || mWindow || mOpenPanel)
         return; // Another show is on its way.
     const bool greets = !mDefaults.hasValue(kShowWelcome) || mDefaults.boolValue(kShowWelcome);
     if (greets && !mQuitsAfterShow)
@@ -185,7 +203,11 @@ void SlideController::openSelected() { openMenu(); }
 
 void SlideController::welcomeClosedByHand()
 {
-    if (!mWindow && mOpenings == 0 && !mOpenPanel)
+    if (mWindow || mOpenings > 0)
+        return;
+    if (mOpenPanel)
+        mQuitsAfterShow = true; // Unless something is chosen.
+    else
         Q_EMIT nothingLeft();
 }
 
@@ -193,12 +215,14 @@ void SlideController::openMenu()
 {
     if (mOpenPanel)
         return;
-    mOpenPanel = std::make_unique<OpenPanel>(
+    mOpenPanel = new OpenPanel(
         FileURL::fromEncoded(mDefaults.stringValue(kLastUsedOpenDirectory).toUtf8()));
     const auto done = mLifeGuard.wrap([this](const OpenPanelChoice& choice) {
-        mOpenPanel.release()->deleteLater(); // It is the one that calls.
+        mOpenPanel = nullptr;
         if (!choice.urls.empty())
             chosen(choice);
+        else if (!mWelcomeController || !mWelcomeController->isVisible())
+            showEnded(); // The panel may have been the last window.
     });
     mOpenPanel->begin(mWindow.get(), done);
 }
@@ -234,6 +258,11 @@ void SlideController::exitFullScreen()
 {
     if (!mWindow)
         return;
+    if (mOpenPanel) {
+        // The person is still choosing what to show next.
+        mOpenPanel->setParent(nullptr, mOpenPanel->windowFlags());
+        mOpenPanel->show();
+    }
     mView->setDelegate(nullptr);
     mWindow->hide();
     // Later, and the display as the window's child: one of the two may be calling.

@@ -14,6 +14,7 @@
 #include <QPointer>
 #include <QScreen>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -96,7 +97,7 @@ public:
 
     void firstFileFound() override; ///< Thread: any.
     void newFilesFound() override; ///< Thread: any.
-    void currentFileChanged() override;
+    void currentFileChanged() override; ///< Thread: any; on the main one it acts at once.
     void delayNextImage() override;
     void imageWithURLFinished(const FileURL& url) override;
     void openSelected() override;
@@ -135,6 +136,7 @@ private:
     void addURLs(const std::vector<FileURL>& urls);
     void autoPlay();
     void showEnded();
+    bool isEnding() const { return mClearedShows != mEndedShows; }
     void chosen(const OpenPanelChoice& choice);
 
     // The show.
@@ -144,6 +146,7 @@ private:
     void next();
     void previous();
     bool isBusy() const;
+    static FileURL hintScreen();
     void openImageURL(const FileURL& url, bool forward);
     void slideCouldNotBeShown(const FileURL& url);
     void readAhead();
@@ -165,7 +168,7 @@ private:
     std::unique_ptr<SVImageDisplay> mView; ///< In mWindow, and as long as it.
     QPointer<QScreen> mCurrentScreen; ///< The screen that the show uses.
     std::unique_ptr<WelcomeController> mWelcomeController; ///< Made when first needed.
-    std::unique_ptr<OpenPanel> mOpenPanel; ///< While it is open.
+    QPointer<OpenPanel> mOpenPanel; ///< While it is open; owns itself, or belongs to mWindow.
 
     std::optional<FileURL> mShownURL;
     std::unique_ptr<Timer> mTimer; ///< Set exactly while the show plays.
@@ -175,11 +178,14 @@ private:
     TimePoint mLoadBegan; ///< When the last picture was asked for.
     bool mShowsHints = false; ///< The hint screen stands in front of the current slide.
     int mOpenings = 0; ///< Collections handed to the queue whose end has not been heard of.
-    bool mQuitsAfterShow = false; ///< The person closed the show's window.
+    bool mQuitsAfterShow = false; ///< The last window was closed by hand.
+    std::atomic<int> mEndedShows = 0; ///< Written by the main thread.
+    int mClearedShows = 0; ///< Those of them that are out of the sequence.
 
     Observation mIntervalObservation;
-    DispatchQueue mDispatchQueue { "com.quorvane.filesequence" };
     LifeGuard mLifeGuard;
+    /// After the guard, so that it goes before: its last block still calls firstFileFound().
+    DispatchQueue mDispatchQueue { "com.quorvane.filesequence" };
 };
 
 } // namespace quorvane

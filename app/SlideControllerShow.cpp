@@ -24,12 +24,18 @@ constexpr std::chrono::seconds kDelay { 5 };
 /// up their mind not to see it.
 constexpr std::chrono::seconds kPatience { 1 };
 
+/// The timer's period for a stored interval, which may be anything, not-a-number too.
+Duration periodOf(double seconds)
+{
+    return durationFromSeconds(std::max(kShortestInterval, seconds));
+}
+
 } // namespace
 
 void SlideController::startTimer()
 {
-    mTimer = mClock.scheduleTimer(durationFromSeconds(std::max(mPeriod, kShortestInterval)),
-        Clock::Repetition::Once, [this] { myTimerFireMethod(); });
+    mTimer = mClock.scheduleTimer(
+        periodOf(mPeriod), Clock::Repetition::Once, [this] { myTimerFireMethod(); });
 }
 
 void SlideController::resetTimer()
@@ -73,11 +79,11 @@ void SlideController::Play()
 
 void SlideController::slideIntervalChanged()
 {
-    const Duration before = durationFromSeconds(std::max(mPeriod, kShortestInterval));
+    const Duration before = periodOf(mPeriod);
     mPeriod = mDefaults.floatValue(kSlideInterval);
     if (!isPlaying())
         return;
-    const Duration period = durationFromSeconds(std::max(mPeriod, kShortestInterval));
+    const Duration period = periodOf(mPeriod);
     const TimePoint now = mClock.now();
     const Duration waited = before - (mTimer->fireDate() - now);
     if (waited >= period)
@@ -121,6 +127,8 @@ void SlideController::gotoImageIndex(size_t index)
     if (!url)
         return;
     openImageURL(*url, before < index);
+    if (!mWindow)
+        return; // It was the last one, and cannot be shown.
     mWindow->raise();
     mWindow->activateWindow();
 }
@@ -132,13 +140,14 @@ void SlideController::next()
     const auto url = mShowsHints ? mSequence.current() : mSequence.next();
     if (url)
         openImageURL(*url, true);
-    else if (mDefaults.stringValue(kEndMode) == kEndModeClose)
-        endSlideShow();
+    else if (mOpenings == 0 && mDefaults.stringValue(kEndMode) == kEndModeClose)
+        endSlideShow(); // Not while files are being collected: the end of the list is not its end yet.
 }
 
 void SlideController::previous()
 {
-    if (isBusy())
+    // A step back in an empty list would keep it from starting with the first file that is found.
+    if (isBusy() || mSequence.count() == 0)
         return;
     const auto url = mShowsHints ? mSequence.current() : mSequence.previous();
     if (url)
@@ -154,7 +163,7 @@ bool SlideController::isBusy() const
 
 void SlideController::openImageURL(const FileURL& url, bool forward)
 {
-    mShowsHints = false;
+    mShowsHints = url == hintScreen();
     mShownURL = url;
     if (!mWindow || !mWindow->isVisible())
         goFullScreen(mCurrentScreen);
@@ -178,9 +187,14 @@ void SlideController::imageWithURLFinished(const FileURL& url)
 
 void SlideController::slideCouldNotBeShown(const FileURL& url)
 {
+    // The step back must not lead from the first slide to the last one.
+    const bool isFirst = mSequence.currentIndex() == 0;
     mSequence.remove(url);
     mShownURL.reset();
-    if (mSequence.count() > 0) {
+    const auto current = mSequence.current();
+    if (isFirst && current) {
+        openImageURL(*current, true);
+    } else if (mSequence.count() > 0) {
         mSequence.previous();
         next();
     } else if (mOpenings == 0) {
@@ -205,14 +219,17 @@ void SlideController::reloadCurrent()
 void SlideController::newFilesFound()
 {
     MainQueue::async(mLifeGuard.wrap([this] {
-        if (mShownURL && (isPlaying() || !mDefaults.boolValue(kShowNewItemsASAP)))
+        if (isEnding() || (mShownURL && (isPlaying() || !mDefaults.boolValue(kShowNewItemsASAP))))
             return; // A running show reaches them in their turn.
         next();
         autoPlay();
     }));
 }
 
-void SlideController::currentFileChanged() { reloadCurrent(); }
+void SlideController::currentFileChanged()
+{
+    QMetaObject::invokeMethod(this, [this] { reloadCurrent(); });
+}
 
 bool SlideController::keyDown(const QString& characters, int key)
 {

@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QLoggingCategory>
 
 #include <unistd.h>
 
@@ -26,8 +27,9 @@ constexpr auto kEndLimit = 2s;
 
 QByteArray currentFolder()
 {
-    const std::unique_ptr<char, decltype(&std::free)> path(getcwd(nullptr, 0), &std::free);
-    return path ? QByteArray(path.get()) : QByteArray("/");
+    std::error_code error;
+    const std::string path = std::filesystem::current_path(error).native();
+    return error ? QByteArray("/") : QByteArray::fromStdString(path);
 }
 
 /// Qt ends with a core dump when it finds no display. A person gets one line instead.
@@ -98,6 +100,8 @@ int main(int argc, char** argv)
     QGuiApplication::setDesktopFileName(QStringLiteral("com.quorvane.Quorvane"));
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+    // Damaged pictures are nothing to report; the variable QT_LOGGING_RULES brings the lines back.
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.gui.imageio*=false"));
     const auto handler = qInstallMessageHandler(failWithoutDisplay);
     QApplication application(argc, argv);
     qInstallMessageHandler(handler);

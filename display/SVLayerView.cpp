@@ -185,8 +185,7 @@ void SVLayerView::paintEvent(QPaintEvent* event)
     painter.fillRect(event->rect(), Qt::black);
     const double pixelRatio = devicePixelRatioF();
     painter.scale(1 / pixelRatio, 1 / pixelRatio);
-    const QRect device(0, 0, qRound(width() * pixelRatio), qRound(height() * pixelRatio));
-    paint(painter, drawList(mRoot), device, pixelRatio);
+    paint(painter, drawList(mRoot), size(), pixelRatio);
 }
 
 void SVLayerView::resizeEvent(QResizeEvent* event)

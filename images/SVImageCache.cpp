@@ -130,13 +130,21 @@ SVImageCache::Image SVImageCache::findImageWithURL(const FileURL& url)
 void SVImageCache::startJob(
     const FileURL& url, const TargetSize& target, DispatchQueue::Priority priority)
 {
-    if (mJobs.contains(url))
-        return;
+    std::vector<Completion> waiting;
+    if (const auto entry = mJobs.find(url); entry != mJobs.end()) {
+        Job& underWay = *entry->second;
+        if (!underWay.isStale)
+            return;
+        // It reads the file as it was: whoever waits for it gets the file as it is now.
+        underWay.taken = true;
+        waiting.swap(underWay.waiting);
+    }
     auto job = std::make_shared<Job>();
     job->url = url;
     job->target = target;
     job->kept = findImageWithURL(url);
-    mJobs.emplace(url, job);
+    job->waiting = std::move(waiting);
+    mJobs.insert_or_assign(url, job);
     DispatchQueue::global().async(
         [job, finish = mLifeGuard.wrap([this](const std::shared_ptr<Job>& done) {
             finishJob(done);

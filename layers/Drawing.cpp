@@ -36,12 +36,11 @@ QRect deviceRect(const QRectF& rect, double viewHeight, double pixelRatio)
     return { left, top, std::max(1, right - left), std::max(1, bottom - top) };
 }
 
-void paint(
-    QPainter& painter, const std::vector<Draw>& draws, const QRect& device, double pixelRatio)
+void paint(QPainter& painter, const std::vector<Draw>& draws, const QSizeF& view, double pixelRatio)
 {
-    const double viewHeight = device.height() / pixelRatio;
+    const QRect device = deviceRect(QRectF(QPointF(), view), view.height(), pixelRatio);
     for (const Draw& draw : draws) {
-        const QRect target = deviceRect(draw.rect, viewHeight, pixelRatio);
+        const QRect target = deviceRect(draw.rect, view.height(), pixelRatio);
         // Cut by hand: a picture that covers the screen many times over is beyond a painter's
         // numbers.
         const QRect visible = target.intersected(device);

@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QRectF>
+#include <QSizeF>
 
 #include <vector>
 
@@ -24,14 +25,15 @@ struct Draw {
 std::vector<Draw> drawList(const Layer& root);
 
 /// The pixels of the painter's device that `rect` covers: its edges rounded to whole device pixels,
-/// so that a picture at rest is as sharp as it can be, and at least one pixel each way. \param
-/// viewHeight   of the root, in points; turns y round. \param pixelRatio   device pixels a point.
+/// so that a picture at rest is as sharp as it can be, and at least one pixel each way.
+/// \param viewHeight  of the root, in points; turns y round.
+/// \param pixelRatio  device pixels a point.
 QRect deviceRect(const QRectF& rect, double viewHeight, double pixelRatio);
 
 /// Paints `draws` with a painter whose coordinates are device pixels, y down. A picture that has
-/// exactly the pixels that it covers is copied as it is.
-/// \param device  the pixels to paint; what lies outside is left out.
+/// exactly the pixels that it covers, which are those of deviceRect(), is copied as it is.
+/// \param view  size of the root, in points; what lies outside is left out.
 void paint(
-    QPainter& painter, const std::vector<Draw>& draws, const QRect& device, double pixelRatio);
+    QPainter& painter, const std::vector<Draw>& draws, const QSizeF& view, double pixelRatio);
 
 } // namespace quorvane

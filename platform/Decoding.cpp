@@ -53,6 +53,19 @@ bool isPageDescription(const QByteArray& bytes)
         || bytes.startsWith("\xC5\xD0\xD3\xC6");
 }
 
+/// Whether `bytes` begin as an uncompressed Targa picture does. Qt takes it for a cursor file,
+/// which begins alike but says then how many pictures it holds.
+bool isTarga(const QByteArray& bytes)
+{
+    return bytes.startsWith(QByteArrayView("\0\0\2\0\0\0\0\0", 8));
+}
+
+/// The size that a picture of `size` shrinks to; neither side vanishes.
+QSize scaledSize(QSize size, int longerSide)
+{
+    return size.scaled(longerSide, longerSide, Qt::KeepAspectRatio).expandedTo({ 1, 1 });
+}
+
 Result<DecodeAnswer> decodeWithQt(const QByteArray& bytes, int longerSideAtLeast)
 {
     QBuffer buffer;
@@ -60,7 +73,10 @@ Result<DecodeAnswer> decodeWithQt(const QByteArray& bytes, int longerSideAtLeast
     buffer.open(QIODevice::ReadOnly);
     QImageReader::setAllocationLimit(kAllocationLimit);
     QImageReader reader(&buffer);
-    reader.setDecideFormatFromContent(true);
+    if (isTarga(bytes))
+        reader.setFormat("tga");
+    else
+        reader.setDecideFormatFromContent(true);
     reader.setAutoTransform(false);
     if (!reader.canRead())
         return fail(ErrorKind::Unsupported, reader.errorString());
@@ -73,8 +89,7 @@ Result<DecodeAnswer> decodeWithQt(const QByteArray& bytes, int longerSideAtLeast
         && reader.format() != "svg" && reader.format() != "svgz";
     if (longerSideAtLeast > 0 && scales
         && std::max(size.width(), size.height()) > longerSideAtLeast)
-        reader.setScaledSize(
-            size.scaled(longerSideAtLeast, longerSideAtLeast, Qt::KeepAspectRatio));
+        reader.setScaledSize(scaledSize(size, longerSideAtLeast));
 
     const int orientation = orientationFrom(reader.transformation());
     QImage image;

@@ -31,7 +31,8 @@ struct DecodeAnswer {
 
 /// Decodes the first picture of `file`. What lies in the file decides how, never its name.
 /// \return Unsupported for what is no picture, Damaged for one that cannot be decoded or ends too
-///         soon, TooLarge for one that needs more memory than a picture may have.
+///         soon (half a BMP or GIF, or half a JPEG in four inks, may still be shown: Qt's readers
+///         do not tell), TooLarge for one that needs more memory than a picture may have.
 /// Thread: any, several at once.
 Result<DecodeAnswer> decode(const FileDescriptor& file, const DecodeRequest& request);
 

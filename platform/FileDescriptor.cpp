@@ -2,6 +2,7 @@
 #include "platform/FileDescriptor.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -26,6 +27,8 @@ tl::unexpected<Error> failWithErrno(ErrorKind kind)
 Result<FileDescriptor> openResource(const QByteArray& path)
 {
     QFile resource(QString::fromUtf8(path));
+    if (QFileInfo(resource).isDir()) // Which Qt would open as an empty file.
+        return fail(ErrorKind::Unsupported, QStringLiteral("not a regular file"));
     if (!resource.open(QIODevice::ReadOnly))
         return fail(ErrorKind::NotFound, resource.errorString());
     const QByteArray bytes = resource.readAll();

@@ -6,13 +6,16 @@
 #include <turbojpeg.h>
 
 #include <algorithm>
-#include <cstring>
+#include <array>
 #include <memory>
 #include <span>
 
 namespace quorvane {
 
 namespace {
+
+constexpr char kStartOfScan[] = "\xFF\xDA";
+constexpr char kEndOfImage[] = "\xFF\xD9";
 
 using Decompressor = std::unique_ptr<void, decltype(&tjDestroy)>;
 
@@ -32,10 +35,11 @@ Result<Header> readHeader(void* decompressor, const QByteArray& bytes)
     int width = 0;
     int height = 0;
     int subsampling = 0;
-    const int failed = tjDecompressHeader3(decompressor, unsignedBytes(bytes),
+    // Whether it succeeds says little: tables without a picture are a success, a warning is none.
+    tjDecompressHeader3(decompressor, unsignedBytes(bytes),
         static_cast<unsigned long>(bytes.size()), &width, &height, &subsampling,
         &header.colorspace);
-    if (failed && (width <= 0 || height <= 0))
+    if (width <= 0 || height <= 0)
         return fail(ErrorKind::Unsupported, QString::fromLatin1(tjGetErrorStr2(decompressor)));
     header.size = { width, height };
     return header;
@@ -58,12 +62,37 @@ QSize decodedSize(QSize size, int longerSideAtLeast)
     return best;
 }
 
-/// Whether the decoder only warned, of something that the eye can bear. A file that ends too soon
-/// is a warning to the library; for us the picture is not there.
-bool isUsable(void* decompressor)
+/// Whether the pixels begin but no end marker follows: the file is cut short, somewhere in them or
+/// just behind.
+bool lacksEnd(const QByteArray& bytes)
 {
-    return tjGetErrorCode(decompressor) == TJERR_WARNING
-        && !std::strstr(tjGetErrorStr2(decompressor), "Premature end");
+    const auto end = bytes.lastIndexOf(kEndOfImage);
+    return end < 0 || bytes.indexOf(kStartOfScan, end) >= 0;
+}
+
+/// Whether the decoder only warned, of something that the eye can bear. Its words must be looked
+/// at: once it has warned, it calls what stops it a warning, too.
+bool isBearable(const QByteArray& message)
+{
+    static constexpr std::array kBearable { "Corrupt JPEG data",
+        "Inconsistent progression sequence", "Invalid SOS parameters for sequential",
+        "Unknown Adobe color transform", "Warning: unknown JFIF revision" };
+    return std::any_of(kBearable.begin(), kBearable.end(),
+        [&](const char* beginning) { return message.startsWith(beginning); });
+}
+
+/// Fills `image`. \return false when it is not to be shown: the decoder's last error says why.
+bool decompress(void* decompressor, const QByteArray& bytes, QImage& image)
+{
+    const bool cut = lacksEnd(bytes);
+    // With an end marker the decoder warns only if more than that marker is missing.
+    const QByteArray whole = cut ? bytes + kEndOfImage : bytes;
+    const int failed = tjDecompress2(decompressor, unsignedBytes(whole),
+        static_cast<unsigned long>(whole.size()), image.bits(), image.width(),
+        static_cast<int>(image.bytesPerLine()), image.height(), TJPF_BGRX, 0);
+    return !failed
+        || (!cut && tjGetErrorCode(decompressor) == TJERR_WARNING
+            && isBearable(tjGetErrorStr2(decompressor)));
 }
 
 } // namespace
@@ -87,10 +116,7 @@ Result<PixelBuffer> decodeJpegPixels(
     QImage image(size, QImage::Format_RGB32);
     if (image.isNull())
         return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
-    const int failed = tjDecompress2(decompressor.get(), unsignedBytes(bytes),
-        static_cast<unsigned long>(bytes.size()), image.bits(), size.width(),
-        static_cast<int>(image.bytesPerLine()), size.height(), TJPF_BGRX, 0);
-    if (failed && !isUsable(decompressor.get()))
+    if (!decompress(decompressor.get(), bytes, image))
         return fail(ErrorKind::Damaged, QString::fromLatin1(tjGetErrorStr2(decompressor.get())));
     return PixelBuffer::fromImage(std::move(image));
 }

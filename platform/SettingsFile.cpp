@@ -77,7 +77,7 @@ Result<void> setAside(const QByteArray& path, const QString& damage)
     for (int number = 1; number <= kMaxSetAside; ++number) {
         const QByteArray name
             = path + ".damaged" + (number == 1 ? QByteArray() : '-' + QByteArray::number(number));
-        const auto renamed = renameToFreeName(path, name);
+        auto renamed = renameToFreeName(path, name);
         if (renamed) {
             qCWarning(settingsLog, "%s cannot be understood (%s); it is kept as %s",
                 qUtf8Printable(QFile::decodeName(path)), qUtf8Printable(damage),

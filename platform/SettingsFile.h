@@ -23,7 +23,7 @@ Q_DECLARE_LOGGING_CATEGORY(settingsLog)
 class SettingsFile {
 public:
     /// No settings are near this size; a file that is was not written by us.
-    static constexpr qint64 kMaxBytes = 16 * 1024 * 1024;
+    static constexpr qint64 kMaxBytes = qint64 { 16 } * 1024 * 1024;
 
     /// \param path  bytes as the kernel takes them. Nothing is opened.
     explicit SettingsFile(QByteArray path);

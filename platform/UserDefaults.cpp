@@ -3,7 +3,7 @@
 #include "platform/UserDefaults.h"
 
 #include "platform/NumberParsing.h"
-#include "platform/PropertyList.h"
+#include "platform/PropertyListValue.h"
 #include "platform/SettingsFile.h"
 #include "platform/SettingsWriter.h"
 

@@ -31,16 +31,18 @@ FileSequence::Trash FileSequence::systemTrash()
 
 void FileSequence::addURLs(const std::vector<FileURL>& urls)
 {
+    beginCollecting();
     for (const FileURL& url : urls)
-        addURL(url);
+        addEntry(url);
     sort();
 }
 
 void FileSequence::addFiles(const std::vector<QByteArray>& paths)
 {
+    beginCollecting();
     mAddDirectories = true;
     for (const QByteArray& path : paths)
-        addFile(path);
+        addEntry(FileURL(path));
     sort();
 }
 
@@ -48,29 +50,50 @@ void FileSequence::addFile(const QByteArray& path) { addURL(FileURL(path)); }
 
 void FileSequence::addURL(const FileURL& url)
 {
+    beginCollecting();
+    addEntry(url);
+}
+
+void FileSequence::addDirectory(const QByteArray& path)
+{
+    beginCollecting();
+    walk(path);
+}
+
+bool FileSequence::isCollectingEnded() const
+{
+    return mStopCollecting || mCollectedClearings != mClearings;
+}
+
+void FileSequence::addEntry(const FileURL& url)
+{
+    if (isCollectingEnded())
+        return;
     const auto status = fileStatus(url.path());
-    if (!status || mStopCollecting)
+    if (!status)
         return;
     if (status->kind == FileKind::Folder) {
         if (mAddDirectories)
-            addDirectory(url.path());
+            walk(url.path());
         return;
     }
     if (displayableURL(url))
         addItem(SlideItem::itemWithURL(url));
 }
 
-void FileSequence::addDirectory(const QByteArray& path)
+void FileSequence::walk(const QByteArray& path)
 {
     mAddDirectories = false;
     const qint64 maxLevel = mDefaults.integerValue(kMaxFolderLevel);
     DirectoryWalker walker(path);
-    while (const auto entry = walker.next()) {
-        if (mStopCollecting)
+    while (!isCollectingEnded()) {
+        const auto entry = walker.next();
+        if (!entry)
             break;
-        if (maxLevel > 0 && entry->level > maxLevel)
+        const bool isHidden = entry->relativePath.startsWith('.');
+        if (isHidden || (maxLevel > 0 && entry->level > maxLevel))
             walker.skipDescendants();
-        else if (!entry->relativePath.startsWith('.'))
+        else
             addKnownFile(joinPath(path, entry->relativePath), *entry);
     }
     mAddDirectories = true;
@@ -79,7 +102,7 @@ void FileSequence::addDirectory(const QByteArray& path)
 void FileSequence::addKnownFile(const QByteArray& path, const DirectoryEntry& entry)
 {
     if (entry.kind == FileKind::Link) {
-        addFile(path);
+        addEntry(FileURL(path));
         return;
     }
     if (entry.kind != FileKind::Regular
@@ -99,8 +122,9 @@ void FileSequence::addItem(const std::shared_ptr<SlideItem>& item)
     size_t count = 0;
     {
         const std::lock_guard lock(mGuard);
+        if (isCollectingEnded())
+            return;
         mItems.push_back(item);
-        ++mGeneration;
         count = mItems.size();
     }
     checkFirstFile(count);
@@ -159,16 +183,19 @@ std::optional<FileURL> FileSequence::next()
         rewind();
 
     const std::lock_guard lock(mGuard);
-    if (mCurrentFileIndex < mItems.size())
-        return at(mCurrentFileIndex);
-    mCurrentFileIndex = mItems.size() - 1;
-    return {};
+    if (mCurrentFileIndex >= mItems.size() && !mItems.empty()) { // Else cleared meanwhile.
+        mCurrentFileIndex = mItems.size() - 1;
+        return {};
+    }
+    return at(mCurrentFileIndex);
 }
 
 std::optional<FileURL> FileSequence::previous()
 {
     const std::lock_guard lock(mGuard);
-    if (mCurrentFileIndex == 0)
+    if (mCurrentFileIndex == kBeforeFirst)
+        return {};
+    if (mItems.empty() || mCurrentFileIndex == 0)
         mCurrentFileIndex = mItems.size();
     --mCurrentFileIndex; // In an empty list that is kBeforeFirst.
     return at(mCurrentFileIndex);
@@ -192,7 +219,9 @@ std::optional<FileURL> FileSequence::atOffset(qint64 offset) const
 {
     const std::lock_guard lock(mGuard);
     const auto n = static_cast<qint64>(mItems.size());
-    qint64 index = static_cast<qint64>(mCurrentFileIndex) + offset;
+    qint64 index = 0;
+    if (__builtin_add_overflow(static_cast<qint64>(mCurrentFileIndex), offset, &index))
+        return {};
     if (index >= n)
         index -= n;
     if (index < 0)
@@ -216,7 +245,19 @@ std::optional<FileURL> FileSequence::trash()
     const auto url = current();
     if (!url || url->isEmpty() || !mTrash(*url))
         return {};
-    removeItem(*url, currentIndex());
+    {
+        const std::lock_guard lock(mGuard);
+        const auto isTrashed = [&](const auto& item) { return item->mURL() == *url; };
+        const auto start = mItems.begin()
+            + static_cast<std::ptrdiff_t>(std::min(mCurrentFileIndex, mItems.size()));
+        auto place = std::find_if(start, mItems.end(), isTrashed);
+        if (place == mItems.end()) // Sorted meanwhile.
+            place = std::find_if(mItems.begin(), start, isTrashed);
+        if (place != mItems.end())
+            mItems.erase(place);
+        ++mGeneration;
+    }
+    rewindFromEnd();
     return current();
 }
 
@@ -225,27 +266,20 @@ void FileSequence::remove(const FileURL& url)
     {
         const std::lock_guard lock(mGuard);
         mTakenOut.push_back(url);
+        std::erase_if(mItems, [&](const auto& item) { return item->mURL() == url; });
+        ++mGeneration;
     }
-    removeItem(url, 0);
+    rewindFromEnd();
 }
 
-void FileSequence::removeItem(const FileURL& url, size_t from)
+void FileSequence::rewindFromEnd()
 {
-    bool wasLast = false;
     {
         const std::lock_guard lock(mGuard);
-        const auto start
-            = mItems.begin() + static_cast<std::ptrdiff_t>(std::min(from, mItems.size()));
-        const auto place = std::find_if(
-            start, mItems.end(), [&](const auto& item) { return item->mURL() == url; });
-        if (place != mItems.end()) {
-            mItems.erase(place);
-            ++mGeneration;
-        }
-        wasLast = mCurrentFileIndex == mItems.size();
+        if (mCurrentFileIndex < mItems.size() || mCurrentFileIndex == kBeforeFirst)
+            return;
     }
-    if (wasLast)
-        rewind();
+    rewind();
 }
 
 void FileSequence::clear()
@@ -253,6 +287,7 @@ void FileSequence::clear()
     const std::lock_guard lock(mGuard);
     mItems.clear();
     ++mGeneration;
+    ++mClearings;
     mCurrentFileIndex = 0;
     mStopCollecting = false;
 }
@@ -289,16 +324,19 @@ void FileSequence::removeDuplicates(SlideItems& items)
 
 void FileSequence::replaceItems(const std::function<void(SlideItems&)>& change)
 {
-    // On a copy, without the lock; once more if somebody else changed the list meanwhile.
+    // On a copy, without the lock; once more if somebody else changed the list meanwhile. What was
+    // only added goes behind: a queue that fills the list would keep us here until it is done.
     std::unique_lock lock(mGuard);
     while (true) {
         SlideItems items = mItems;
+        const auto count = static_cast<std::ptrdiff_t>(items.size());
         const quint64 generation = mGeneration;
         lock.unlock();
         change(items);
         lock.lock();
         if (generation != mGeneration)
             continue;
+        items.insert(items.end(), mItems.begin() + count, mItems.end());
         mItems.swap(items);
         ++mGeneration;
         return;

@@ -40,7 +40,8 @@ class FileSequence {
 public:
     using Trash = std::function<bool(const FileURL&)>;
 
-    /// Position while there is no current slide; stepping forward from it leads to the first.
+    /// Position after a step back in an empty list; a step forward from it leads to the first
+    /// slide, a step back nowhere.
     static constexpr size_t kBeforeFirst = static_cast<size_t>(-1);
 
     /// \param defaults  must outlive the sequence.
@@ -107,7 +108,7 @@ public:
     /// nothing is changed, when that fails; nothing as well when the list is empty then.
     std::optional<FileURL> trash();
 
-    /// Takes out a file that cannot be shown, for good.
+    /// Takes out a file that cannot be shown, for good, as often as it is listed.
     void remove(const FileURL& url);
 
     /// Empties the list and ends every collection. What was taken out for good is remembered.
@@ -129,12 +130,16 @@ public:
 private:
     static Trash systemTrash();
 
+    void beginCollecting() { mCollectedClearings = mClearings.load(); }
+    bool isCollectingEnded() const;
+    void addEntry(const FileURL& url);
+    void walk(const QByteArray& path);
     void addKnownFile(const QByteArray& path, const DirectoryEntry& entry);
     void addItem(const std::shared_ptr<SlideItem>& item);
     void checkFirstFile(size_t count);
     void replaceItems(const std::function<void(SlideItems&)>& change);
     std::optional<FileURL> at(size_t index) const;
-    void removeItem(const FileURL& url, size_t from);
+    void rewindFromEnd();
 
     const UserDefaults& mDefaults;
     const Trash mTrash;
@@ -142,11 +147,15 @@ private:
     FileSequenceDelegate* myDelegate = nullptr;
     bool mAddDirectories = true; ///< Whether a folder that is met is entered. Collecting thread.
     std::atomic<bool> mStopCollecting = false;
+    std::atomic<quint64> mClearings = 0; ///< Written with the lock.
+    quint64 mCollectedClearings = 0; ///< When the collection began. Collecting thread.
 
     mutable std::mutex mGuard; // Of all below.
     SlideItems mItems; ///< In show order.
-    quint64 mGeneration = 0; ///< Counts the changes of mItems.
-    size_t mCurrentFileIndex = 0; ///< Below the count, or kBeforeFirst, or 0 in an empty list.
+    quint64 mGeneration = 0; ///< Counts the changes of mItems other than additions.
+    /// Below the count, or kBeforeFirst, or 0 in an empty list; beyond the end only while
+    /// removeDuplicates() has left fewer slides than lay before it.
+    size_t mCurrentFileIndex = 0;
     std::vector<FileURL> mTakenOut; ///< For good.
 };
 

@@ -8,8 +8,8 @@
 #include <QRandomGenerator>
 
 #include <algorithm>
-#include <unordered_map>
-#include <unordered_set>
+#include <optional>
+#include <utility>
 
 namespace quorvane {
 
@@ -69,15 +69,68 @@ void sortByDate(SlideItems& items)
         [](const auto& a, const auto& b) { return a->dateCompare(*b) < 0; });
 }
 
-/// Two items have equal base keys exactly when baseCompare() finds them the same.
-QByteArray baseKey(const SlideItem& item)
+/// What is asked of an item more than once. In a long list the items lie all over the memory, and
+/// to visit them costs more than anything that is done there.
+struct Traits {
+    bool isJPG;
+    size_t urlHash;
+    QByteArray baseKey; ///< The same for two items exactly when baseCompare() finds them the same.
+};
+
+std::vector<Traits> traitsOf(const SlideItems& items)
 {
-    return plainKey(deletingPathExtension(item.mFileName()));
+    std::vector<Traits> traits;
+    traits.reserve(items.size());
+    for (const auto& item : items)
+        traits.push_back({ item->isJPG(), std::hash<FileURL>()(item->mURL()),
+            plainKey(deletingPathExtension(item->mFileName())) });
+    return traits;
 }
 
-struct ByteArrayHash {
-    size_t operator()(const QByteArray& bytes) const { return qHash(bytes); }
+/// Numbers of items by a hash of theirs.
+class HashIndex {
+public:
+    void add(size_t hash, size_t number) { mEntries.push_back({ hash, number }); }
+
+    /// After the last add() and before the first find().
+    void sort() { std::sort(mEntries.begin(), mEntries.end()); }
+
+    /// The lowest number with that hash that the test accepts.
+    template <typename Accepts> std::optional<size_t> find(size_t hash, Accepts accepts) const
+    {
+        auto entry = std::lower_bound(mEntries.begin(), mEntries.end(), std::pair(hash, size_t(0)));
+        for (; entry != mEntries.end() && entry->first == hash; ++entry) {
+            if (accepts(entry->second))
+                return entry->second;
+        }
+        return {};
+    }
+
+private:
+    std::vector<std::pair<size_t, size_t>> mEntries;
 };
+
+/// For each JPEG in turn, the number of its companion if it has one.
+std::vector<size_t> companionsOf(const std::vector<Traits>& traits)
+{
+    HashIndex others;
+    for (size_t i = 0; i < traits.size(); ++i) {
+        if (!traits[i].isJPG)
+            others.add(qHash(traits[i].baseKey), i);
+    }
+    others.sort();
+
+    std::vector<size_t> companions;
+    for (const Traits& jpeg : traits) {
+        if (!jpeg.isJPG)
+            continue;
+        const auto companion = others.find(qHash(jpeg.baseKey),
+            [&](size_t other) { return traits[other].baseKey == jpeg.baseKey; });
+        if (companion)
+            companions.push_back(*companion);
+    }
+    return companions;
+}
 
 } // namespace
 
@@ -108,23 +161,31 @@ void sortItems(SlideItems& items, const QString& order, const RandomBelow& rando
 
 std::vector<FileURL> removeCompanions(SlideItems& items)
 {
-    // The first of each base name; those that are not JPEG, in their order.
-    std::unordered_map<QByteArray, const SlideItem*, ByteArrayHash> others;
-    for (const auto& item : items) {
-        if (!item->isJPG())
-            others.try_emplace(baseKey(*item), item.get());
-    }
-    if (others.empty())
+    const auto isJPG = [](const auto& item) { return item->isJPG(); };
+    if (std::all_of(items.begin(), items.end(), isJPG)
+        || std::none_of(items.begin(), items.end(), isJPG))
+        return {};
+    const std::vector<Traits> traits = traitsOf(items);
+    const std::vector<size_t> companions = companionsOf(traits);
+    if (companions.empty())
         return {};
 
     std::vector<FileURL> removed;
-    for (const auto& item : items) {
-        const auto companion = item->isJPG() ? others.find(baseKey(*item)) : others.end();
-        if (companion != others.end())
-            removed.push_back(companion->second->mURL());
+    removed.reserve(companions.size());
+    HashIndex gone;
+    for (const size_t companion : companions) {
+        removed.push_back(items[companion]->mURL());
+        gone.add(traits[companion].urlHash, companion);
     }
-    const std::unordered_set<FileURL> gone(removed.begin(), removed.end());
-    std::erase_if(items, [&](const auto& item) { return gone.contains(item->mURL()); });
+    gone.sort();
+    // As often as the file is listed. What goes stays in its place to be compared with.
+    SlideItems rest;
+    rest.reserve(items.size());
+    for (size_t i = 0; i < items.size(); ++i) {
+        if (!gone.find(traits[i].urlHash, [&](size_t other) { return *items[other] == *items[i]; }))
+            rest.push_back(std::move(items[i]));
+    }
+    items.swap(rest);
     return removed;
 }
 

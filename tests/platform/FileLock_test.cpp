@@ -3,7 +3,9 @@
 #include "SettingsLog.h"
 #include "platform/FileLock.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,8 +20,10 @@ TEST(FileLock, ExcludesEveryOtherOne)
 
     const auto first = FileLock::take(folder.path("lock"), FileLock::Patience::Wait);
     const auto second = FileLock::take(folder.path("lock"), FileLock::Patience::Try);
+    const FileDescriptor plain(open(folder.path("lock").constData(), O_RDWR | O_CLOEXEC));
 
     EXPECT_TRUE(first);
+    EXPECT_NE(flock(plain.get(), LOCK_SH | LOCK_NB), 0); // Not even shared.
     ASSERT_FALSE(second);
     EXPECT_EQ(second.error().kind, ErrorKind::NotWritable);
 }

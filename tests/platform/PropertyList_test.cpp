@@ -171,6 +171,14 @@ INSTANTIATE_TEST_SUITE_P(PropertyList, BrokenList,
         broken("BadBase64", "<data>A*==</data>"), broken("OddBase64", "<data>AAAAA</data>")),
     [](const auto& row) { return std::string(row.param.name); });
 
+TEST(PropertyList, SaysTheFirstThingThatIsWrong)
+{
+    const auto value = readPropertyList("<svg/>");
+
+    ASSERT_FALSE(value);
+    EXPECT_TRUE(value.error().message.contains(QStringLiteral("svg")));
+}
+
 TEST(PropertyList, RefusesEveryTruncation)
 {
     const QByteArray whole = writePropertyList(
@@ -367,7 +375,7 @@ TEST(PropertyList, CarriesEveryOtherCharacter)
 TEST(PropertyList, NeverWritesAKeyTwice)
 {
     const QVariantMap map { { QStringLiteral("a"), 1 }, { QStringLiteral("\1a"), 2 },
-        { QStringLiteral("\1b"), 3 }, { QStringLiteral("\2b"), 4 } };
+        { QStringLiteral("a\1"), 5 }, { QStringLiteral("\1b"), 3 }, { QStringLiteral("\2b"), 4 } };
 
     const QVariantMap back = reread(map).toMap();
 

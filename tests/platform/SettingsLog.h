@@ -12,18 +12,24 @@
 #include <QVariantMap>
 
 #include <cstring>
+#include <functional>
 #include <mutex>
+#include <utility>
 
 namespace quorvane::tests {
 
 /// Collects the lines of "quorvane.settings" while it lives, of all threads. One at a time.
 class SettingsLog {
 public:
-    SettingsLog()
-        : mBefore(qInstallMessageHandler(&SettingsLog::hear))
+    /// \param onLine  runs at every line, on the thread that wrote it.
+    explicit SettingsLog(std::function<void()> onLine = {})
     {
-        const std::lock_guard lock(sMutex);
-        sLines.clear();
+        {
+            const std::lock_guard lock(sMutex);
+            sLines.clear();
+            sOnLine = std::move(onLine);
+        }
+        mBefore = qInstallMessageHandler(&SettingsLog::hear);
     }
 
     ~SettingsLog() { qInstallMessageHandler(mBefore); }
@@ -40,15 +46,21 @@ public:
 private:
     static void hear(QtMsgType, const QMessageLogContext& context, const QString& text)
     {
-        const std::lock_guard lock(sMutex);
-        if (context.category && std::strcmp(context.category, "quorvane.settings") == 0)
-            sLines.append(text);
+        if (!context.category || std::strcmp(context.category, "quorvane.settings") != 0)
+            return;
+        std::unique_lock lock(sMutex);
+        sLines.append(text);
+        const auto onLine = sOnLine;
+        lock.unlock();
+        if (onLine)
+            onLine();
     }
 
     static inline std::mutex sMutex;
-    static inline QStringList sLines; ///< Guarded by the mutex.
+    static inline QStringList sLines; ///< Guarded by the mutex, as the next.
+    static inline std::function<void()> sOnLine;
 
-    QtMessageHandler mBefore;
+    QtMessageHandler mBefore = nullptr;
 };
 
 /// A folder of its own, and settings in it.

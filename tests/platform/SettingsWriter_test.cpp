@@ -142,6 +142,25 @@ TEST(SettingsWriter, SaysAProblemOnceAndTriesAgainAtTheNextChange)
     EXPECT_EQ(log.lines().size(), 1);
 }
 
+TEST(SettingsWriter, PrefersTheNewerChangeWhenTheOlderOneFails)
+{
+    const tests::SettingsFolder folder;
+    SettingsWriter writer = writerIn(folder);
+    writer.post(kB, 1);
+    ASSERT_TRUE(writer.flush(kLong));
+    ASSERT_EQ(chmod(folder.path().constData(), 0444), 0);
+    // The line is written between the failure and the return of its change to the others.
+    const tests::SettingsLog log([&] { writer.post(kA, 2); });
+    writer.post(kA, 1);
+    EXPECT_FALSE(writer.flush(kLong));
+    ASSERT_EQ(chmod(folder.path().constData(), 0600), 0);
+
+    writer.post(kB, 3);
+
+    EXPECT_TRUE(writer.flush(kLong));
+    EXPECT_EQ(folder.values(), (QVariantMap { { kA, qlonglong(2) }, { kB, qlonglong(3) } }));
+}
+
 TEST(SettingsWriter, SaysAProblemAnewAfterAllWasWell)
 {
     const tests::SettingsLog log;
@@ -207,12 +226,14 @@ TEST(SettingsWriter, RestoresWhatItKnewWhenTheFileIsDamagedMeanwhile)
     const tests::SettingsLog log;
     const tests::SettingsFolder folder;
     SettingsWriter writer(SettingsFile(folder.path()), { { kA, 1 } }, {});
+    writer.post(kA, 3);
+    ASSERT_TRUE(writer.flush(kLong));
     folder.write("hello");
 
     writer.post(kB, 2);
 
     EXPECT_TRUE(writer.flush(kLong));
-    EXPECT_EQ(folder.values(), (QVariantMap { { kA, qlonglong(1) }, { kB, qlonglong(2) } }));
+    EXPECT_EQ(folder.values(), (QVariantMap { { kA, qlonglong(3) }, { kB, qlonglong(2) } }));
     EXPECT_EQ(folder.read("settings.plist.damaged"), QByteArray("hello"));
 }
 

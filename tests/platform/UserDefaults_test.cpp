@@ -374,6 +374,37 @@ TEST(UserDefaults, LeavesTheKeysOfAnotherViewerAlone)
         (QVariantMap { { QString(kKey), qlonglong(49) }, { QString(kOther), qlonglong(49) } }));
 }
 
+TEST(UserDefaults, WritesAChangeOnce)
+{
+    const tests::SettingsFolder folder;
+    UserDefaults first(folder.path());
+    UserDefaults second(folder.path());
+    first.setValue(kKey, 1);
+    ASSERT_TRUE(first.flush(kLong));
+    second.setValue(kKey, 2);
+    ASSERT_TRUE(second.flush(kLong));
+
+    first.setValue(kOther, 3); // Says nothing about the other key, which is the second one's now.
+
+    ASSERT_TRUE(first.flush(kLong));
+    EXPECT_EQ(folder.values().value(QString(kKey)), QVariant(qlonglong(2)));
+}
+
+TEST(UserDefaults, RestoresItsValuesWhenTheFileIsDamagedMeanwhile)
+{
+    const tests::SettingsLog log;
+    const tests::SettingsFolder folder;
+    folder.write(writePropertyList(one(kKey, 1)));
+    UserDefaults defaults(folder.path());
+    folder.write("hello");
+
+    defaults.setValue(kOther, 2);
+
+    EXPECT_TRUE(defaults.flush(kLong));
+    EXPECT_EQ(folder.values(),
+        (QVariantMap { { QString(kKey), qlonglong(1) }, { QString(kOther), qlonglong(2) } }));
+}
+
 TEST(UserDefaults, ServesRegisteredValuesWhenTheFileIsDamaged)
 {
     const tests::SettingsLog log;

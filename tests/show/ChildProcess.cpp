@@ -19,6 +19,7 @@ constexpr int kCannotStart = 127; // What a shell says, too.
 std::vector<char*> pointersTo(std::vector<QByteArray>& texts)
 {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (QByteArray& text : texts)
         pointers.push_back(text.data());
     pointers.push_back(nullptr);

@@ -39,7 +39,20 @@ void Screen::paintBackground(Pixel colour)
     XSync(mDisplay, False);
 }
 
-bool Screen::hasWindowManager() { return property(mRoot, "_NET_SUPPORTING_WM_CHECK") != 0; }
+bool Screen::managesWindows()
+{
+    if (property(mRoot, "_NET_SUPPORTING_WM_CHECK") == 0)
+        return false;
+    if (mProbe == 0)
+        mProbe = XCreateSimpleWindow(mDisplay, mRoot, 0, 0, 1, 1, 0, 0, 0);
+    XMapWindow(mDisplay, mProbe);
+    if (property(mProbe, "WM_STATE") == 0)
+        return false;
+    XDestroyWindow(mDisplay, mProbe);
+    XSync(mDisplay, False);
+    mProbe = 0;
+    return true;
+}
 
 Pixel Screen::colourAt(QPoint where)
 {
@@ -57,9 +70,9 @@ QImage Screen::image()
     XImage* image = XGetImage(mDisplay, mRoot, 0, 0, static_cast<unsigned>(root.width),
         static_cast<unsigned>(root.height), AllPlanes, ZPixmap);
     assert(image != nullptr && image->bits_per_pixel == 32);
-    const QImage copy = QImage(reinterpret_cast<const uchar*>(image->data), image->width,
-        image->height, image->bytes_per_line, QImage::Format_RGB32)
-                            .copy();
+    QImage copy = QImage(reinterpret_cast<const uchar*>(image->data), image->width, image->height,
+        image->bytes_per_line, QImage::Format_RGB32)
+                      .copy();
     XDestroyImage(image);
     return copy;
 }

@@ -21,7 +21,11 @@ public:
     Screen& operator=(const Screen&) = delete;
 
     void paintBackground(Pixel colour);
-    bool hasWindowManager();
+
+    /// Whether a window manager handles windows by now. To be asked until it does: one that has
+    /// announced itself may still lose the first windows that are opened.
+    bool managesWindows();
+
     Pixel colourAt(QPoint where);
     QImage image();
     void key(KeySymbol symbol, std::initializer_list<KeySymbol> modifiers);
@@ -41,6 +45,7 @@ private:
 
     Display* mDisplay; ///< Ours to close.
     Window mRoot;
+    Window mProbe = 0; ///< A window of ours, as long as nobody has managed it.
 };
 
 } // namespace quorvane::show

@@ -2,9 +2,6 @@
 // The steps that show tests have in common.
 #include "ShowTest.h"
 
-#include <algorithm>
-#include <set>
-
 namespace quorvane::show {
 
 namespace {
@@ -148,16 +145,17 @@ size_t ShowTest::colourCount()
 std::vector<Pixel> coloursOf(const std::vector<ColourChange>& changes)
 {
     std::vector<Pixel> colours;
+    colours.reserve(changes.size());
     for (const ColourChange& change : changes)
         colours.push_back(change.colour);
     return colours;
 }
 
 testing::AssertionResult showedOnly(
-    std::initializer_list<Pixel> allowed, const std::vector<ColourChange>& changes)
+    const std::set<Pixel>& allowed, const std::vector<ColourChange>& changes)
 {
     for (const ColourChange& change : changes) {
-        if (std::find(allowed.begin(), allowed.end(), change.colour) == allowed.end())
+        if (!allowed.contains(change.colour))
             return testing::AssertionFailure() << testing::PrintToString(coloursOf(changes));
     }
     return testing::AssertionSuccess();

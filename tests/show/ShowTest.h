@@ -7,6 +7,7 @@
 #include "VirtualDesktop.h"
 
 #include <optional>
+#include <set>
 
 namespace quorvane::show {
 
@@ -68,7 +69,7 @@ std::vector<Pixel> coloursOf(const std::vector<ColourChange>& changes);
 
 /// Every colour seen is one of `allowed`.
 [[nodiscard]] testing::AssertionResult showedOnly(
-    std::initializer_list<Pixel> allowed, const std::vector<ColourChange>& changes);
+    const std::set<Pixel>& allowed, const std::vector<ColourChange>& changes);
 
 /// The gaps between one change and the next, in seconds; the first entry, which is no change, is
 /// left out.

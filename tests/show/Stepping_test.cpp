@@ -27,6 +27,7 @@ int slideOf(Pixel colour)
 std::vector<int> slidesOf(const std::vector<ColourChange>& changes)
 {
     std::vector<int> slides;
+    slides.reserve(changes.size());
     for (const ColourChange& change : changes)
         slides.push_back(slideOf(change.colour));
     return slides;

@@ -184,7 +184,7 @@ std::optional<QVariantMap> Viewer::settings() const
     return reader.hasError() ? std::nullopt : std::optional(result);
 }
 
-void Viewer::writeSettings(const QVariantMap& settings)
+void Viewer::writeSettings(const QVariantMap& settings) const
 {
     QByteArray bytes;
     QXmlStreamWriter writer(&bytes);
@@ -202,7 +202,7 @@ void Viewer::writeSettings(const QVariantMap& settings)
     writeSettingsFile(bytes);
 }
 
-void Viewer::writeSettingsFile(const QByteArray& bytes)
+void Viewer::writeSettingsFile(const QByteArray& bytes) const
 {
     QFile file(settingsFile());
     const bool written = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();

@@ -42,8 +42,8 @@ public:
     /// the file is missing or is no complete property list.
     std::optional<QVariantMap> settings() const;
 
-    void writeSettings(const QVariantMap& settings);
-    void writeSettingsFile(const QByteArray& bytes);
+    void writeSettings(const QVariantMap& settings) const;
+    void writeSettingsFile(const QByteArray& bytes) const;
 
 private:
     QString folder(const char* name) const;

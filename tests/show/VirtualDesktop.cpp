@@ -130,7 +130,7 @@ testing::AssertionResult VirtualDesktop::startManager()
     write(settings, kManagerSettings);
     mManager
         = startTool({ "openbox", "--sm-disable", "--config-file", QFile::encodeName(settings) });
-    if (!poll([this] { return mScreen->hasWindowManager(); }, kWaitLimit))
+    if (!poll([this] { return mScreen->managesWindows(); }, kWaitLimit))
         return testing::AssertionFailure() << "openbox manages no windows";
     return testing::AssertionSuccess();
 }

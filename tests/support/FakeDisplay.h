@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A display that answers as a test tells it, and keeps what was asked of it.
+#pragma once
+
+#include "display/SVImageDisplay.h"
+#include "platform/PathRules.h"
+
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace quorvane::tests {
+
+/// "1.png" of "/folder/1.png".
+inline std::string nameOf(const FileURL& url)
+{
+    return lastPathComponent(url.path()).toByteArray().toStdString();
+}
+
+class FakeDisplay;
+
+/// What the displays of one controller obey, and what they note down. Outlives them.
+struct FakeScreen {
+    enum class Answers { AtOnce, WhenTold };
+
+    std::unique_ptr<SVImageDisplay> makeDisplay();
+
+    /// Answers the request that is waiting.
+    void answer();
+
+    bool isWaiting() const;
+
+    /// Forgets what was noted so far.
+    void forget()
+    {
+        asked.clear();
+        readAhead.clear();
+        fitUpdates = 0;
+        clears = 0;
+    }
+
+    Answers answers = Answers::AtOnce;
+    std::set<std::string> damaged; ///< Names of the files that cannot be shown.
+    bool isBusy = false; ///< A transition runs.
+    bool isOlderRequestLoading = false; ///< As if a picture were being decoded.
+    std::function<void()> onAsked;
+    std::function<void()> onClear;
+    std::function<void()> onDelegateGone;
+
+    std::vector<std::string> asked; ///< "1.png>" forward, "1.png<" backward.
+    std::vector<std::string> readAhead; ///< Names.
+    std::string shown; ///< The name on the screen; empty for none.
+    int fitUpdates = 0;
+    int clears = 0;
+    int made = 0;
+    FakeDisplay* display = nullptr; ///< The one that was made last, as long as it lives.
+};
+
+class FakeDisplay : public QWidget, public SVImageDisplay {
+public:
+    explicit FakeDisplay(FakeScreen& screen)
+        : mScreen(screen)
+    {
+        ++mScreen.made;
+        mScreen.display = this;
+    }
+
+    ~FakeDisplay() override
+    {
+        if (mScreen.display == this)
+            mScreen.display = nullptr;
+    }
+
+    FakeDisplay(const FakeDisplay&) = delete;
+    FakeDisplay& operator=(const FakeDisplay&) = delete;
+
+    void setDelegate(SVImageDisplayDelegate* delegate) override
+    {
+        mDelegate = delegate;
+        if (!delegate && mScreen.onDelegateGone)
+            mScreen.onDelegateGone();
+    }
+
+    bool ImageOK() const override { return mImageOK; }
+
+    void clearImage() override
+    {
+        ++mScreen.clears;
+        mScreen.shown.clear();
+        mRequest.reset();
+        if (mScreen.onClear)
+            mScreen.onClear();
+    }
+
+    void updateFitMode() override { ++mScreen.fitUpdates; }
+
+    void setImageWithURL(const FileURL& url, bool forward) override
+    {
+        mScreen.asked.push_back(nameOf(url) + (forward ? '>' : '<'));
+        if (mScreen.onAsked)
+            mScreen.onAsked();
+        if (mScreen.isBusy)
+            return;
+        mRequest = url;
+        if (mScreen.answers == FakeScreen::Answers::AtOnce)
+            answer();
+    }
+
+    void setImage(const std::shared_ptr<SVImage>& /*image*/, bool /*forward*/) override { }
+    void refresh() override { }
+    bool isBusy() const override { return mScreen.isBusy; }
+    bool isLoading() const override
+    {
+        return mRequest.has_value() || mScreen.isOlderRequestLoading;
+    }
+    void readAhead(const FileURL& url) override { mScreen.readAhead.push_back(nameOf(url)); }
+    QWidget* widget() override { return this; }
+
+    bool isWaiting() const { return mRequest.has_value(); }
+
+    void answer()
+    {
+        const FileURL url = mRequest.value();
+        mRequest.reset();
+        mImageOK = !mScreen.damaged.contains(nameOf(url));
+        if (mImageOK)
+            mScreen.shown = nameOf(url);
+        if (mDelegate)
+            mDelegate->imageWithURLFinished(url);
+    }
+
+    /// As if the person had done something to the slide.
+    void interact()
+    {
+        if (mDelegate)
+            mDelegate->delayNextImage();
+    }
+
+private:
+    FakeScreen& mScreen;
+    SVImageDisplayDelegate* mDelegate = nullptr;
+    std::optional<FileURL> mRequest; ///< Not answered yet.
+    bool mImageOK = false;
+};
+
+inline std::unique_ptr<SVImageDisplay> FakeScreen::makeDisplay()
+{
+    return std::make_unique<FakeDisplay>(*this);
+}
+
+inline void FakeScreen::answer() { display->answer(); }
+
+inline bool FakeScreen::isWaiting() const { return display && display->isWaiting(); }
+
+} // namespace quorvane::tests
