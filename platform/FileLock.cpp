@@ -30,8 +30,10 @@ Result<FileLock> FileLock::take(const QByteArray& path, Patience patience)
         return failure(errno);
     const int operation = patience == Patience::Wait ? LOCK_EX : LOCK_EX | LOCK_NB;
     while (flock(file.get(), operation) != 0) {
-        if (errno != EINTR)
+        if (errno == EWOULDBLOCK)
             return failure(errno);
+        if (errno != EINTR)
+            break; // A file system without locks: better to go on alone than to lose a setting.
     }
     return FileLock(std::move(file));
 }

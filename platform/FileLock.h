@@ -21,8 +21,8 @@ public:
         Try, ///< Fail if somebody holds it.
     };
 
-    /// \return NotWritable if the file cannot be made or the file system has no locks, or if
-    /// somebody holds it and `patience` is Try.
+    /// On a file system without locks it is taken by everybody.
+    /// \return NotWritable if the file cannot be made, or if somebody holds it and `patience` is Try.
     static Result<FileLock> take(const QByteArray& path, Patience patience);
 
 private:

@@ -388,6 +388,7 @@ TEST_F(SVLayerViewTest, NeverAnswersARequestThatIsOvertaken)
     EXPECT_EQ(delegate.answers, (Answers { { second, true } }));
     EXPECT_EQ(centre(), kGreen);
     EXPECT_EQ(view.mPreviousImage(), nullptr);
+    EXPECT_EQ(SVImageCache::instance().images().size(), 1U); // The first was not even decoded.
 }
 
 TEST_F(SVLayerViewTest, NeverAnswersARequestThatIsOvertakenWhenItIsDone)
@@ -455,6 +456,29 @@ TEST_F(SVLayerViewTest, GivesUpAFileAfterTenSeconds)
     EXPECT_EQ(delegate.answers.size(), 1U);
     EXPECT_FALSE(view.ImageOK());
     EXPECT_EQ(centre(), kRed);
+}
+
+TEST_F(SVLayerViewTest, TakesNoPictureThatCameTooLateForTheNext)
+{
+    const FileURL late = files.write("a.png", kRed);
+    const FileURL next = files.write("b.png", kGreen);
+    const Stop end;
+    {
+        const BusyPool pool;
+        view.setImageWithURL(late, true);
+        clock.advance(10s);
+
+        view.setImageWithURL(next, true);
+        DispatchQueue::global().async([end] { end.halt(); });
+        pool.releaseOne(); // A single thread: the late one is done first, then the other.
+        end.waitForArrival();
+        end.release();
+    }
+    settle();
+
+    EXPECT_EQ(delegate.answers, (Answers { { late, false }, { next, true } }));
+    EXPECT_EQ(view.mPreviousImage(), nullptr);
+    EXPECT_EQ(centre(), kGreen);
 }
 
 TEST_F(SVLayerViewTest, ShowsAtOnceWhatCameTooLate)

@@ -710,6 +710,67 @@ TEST_F(SVImageCacheTest, DecodesAfreshWhatIsRequestedAfterAPurge)
     EXPECT_EQ(cache.images(), answers.images);
 }
 
+TEST_F(SVImageCacheTest, TakesNoEarlierDecodingForTheAnswerToALaterRequest)
+{
+    const FileURL url = red();
+    cache.requestImageWithURL(url, smallTarget, [](const Image&) { FAIL(); });
+    DispatchQueue::global().drain(); // Its answer is on the way.
+    SVImageCache::purge();
+    files.write("a.png", kGreen);
+    {
+        const BusyPool pool;
+
+        request(url);
+        MainQueue::drain();
+
+        EXPECT_EQ(answers.count(), 0U);
+        EXPECT_TRUE(cache.images().empty());
+    }
+    settle();
+
+    ASSERT_EQ(answers.count(), 1U);
+    EXPECT_EQ(colourOf(answers.images.front()), kGreen);
+}
+
+TEST_F(SVImageCacheTest, DecodesOnceWhatChangedBeforeItsDecodingBegan)
+{
+    const FileURL url = red();
+    std::atomic<int> decoded = 0;
+    const auto counting = [&decoded](const SVImage&) {
+        ++decoded;
+        return kTarget;
+    };
+    {
+        const BusyPool pool;
+        cache.requestImageWithURL(url, counting, answers.completion());
+
+        SVImageCache::removeImageWithURL(url);
+        cache.requestImageWithURL(url, counting, answers.completion());
+    }
+    MainQueue::drain();
+
+    EXPECT_EQ(decoded, 1);
+    EXPECT_EQ(answers.count(), 2U);
+}
+
+TEST_F(SVImageCacheTest, NeverDecodesWhatIsCancelledInTime)
+{
+    std::atomic<int> decoded = 0;
+    const auto counting = [&decoded](const SVImage&) {
+        ++decoded;
+        return kTarget;
+    };
+    {
+        const BusyPool pool;
+        cache.requestImageWithURL(red(), counting, answers.completion());
+
+        cache.cancelRequests();
+    }
+    MainQueue::drain();
+
+    EXPECT_EQ(decoded, 0);
+}
+
 TEST_F(SVImageCacheTest, CallsNobodyWhoseRequestWasCancelledBeforeItBegan)
 {
     const FileURL url = red();

@@ -820,11 +820,13 @@ TEST_F(SystemTrash, TakesALinkAndLeavesItsTarget)
 TEST_F(SystemTrash, FailsForANameThatIsNoText)
 {
     const QByteArray path = folder.file("\xFF.jpg");
+    const QByteArray asText = folder.file("\xEF\xBF\xBD.jpg"); // What the name is read as.
     sequence.addFiles({ path });
 
     EXPECT_FALSE(sequence.trash());
 
     EXPECT_EQ(access(path.constData(), F_OK), 0);
+    EXPECT_EQ(access(asText.constData(), F_OK), 0);
     EXPECT_EQ(sequence.count(), 1U);
 }
 

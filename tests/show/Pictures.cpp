@@ -37,7 +37,8 @@ QByteArray encoded(const QImage& image, const char* format)
     QByteArray bytes;
     QBuffer buffer(&bytes);
     constexpr int kBestJpeg = 100;
-    const int quality = qstrcmp(format, "jpg") == 0 ? kBestJpeg : -1;
+    constexpr int kFastPng = 80; // Qt's scale for PNG: the less it is packed, the higher.
+    const int quality = qstrcmp(format, "jpg") == 0 ? kBestJpeg : kFastPng;
     require(buffer.open(QIODevice::WriteOnly) && image.save(&buffer, format, quality), format);
     return bytes;
 }

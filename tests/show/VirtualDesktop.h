@@ -36,7 +36,7 @@ struct Pixel {
     quint32 rgb = 0; ///< 0xRRGGBB.
 
     bool operator==(const Pixel&) const = default;
-    auto operator<=>(const Pixel&) const = default;
+    bool operator<(const Pixel& other) const { return rgb < other.rgb; }
 };
 
 constexpr Pixel kBlack { 0x000000 };
