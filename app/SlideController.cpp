@@ -230,10 +230,8 @@ void SlideController::openMenu()
 void SlideController::chosen(const OpenPanelChoice& choice)
 {
     Stop();
-    ++mOpenings; // The welcome window stays away between the old show and the new one.
     endSlideShow();
     addURLs(choice.urls);
-    --mOpenings;
     mDefaults.setValue(kLastUsedOpenDirectory, QString::fromLatin1(choice.directory.encoded()));
 }
 
@@ -258,10 +256,10 @@ void SlideController::exitFullScreen()
 {
     if (!mWindow)
         return;
-    if (mOpenPanel) {
+    if (OpenPanel* const panel = mOpenPanel.data()) {
         // The person is still choosing what to show next.
-        mOpenPanel->setParent(nullptr, mOpenPanel->windowFlags());
-        mOpenPanel->show();
+        panel->setParent(nullptr, panel->windowFlags());
+        panel->show();
     }
     mView->setDelegate(nullptr);
     mWindow->hide();

@@ -141,7 +141,8 @@ void SlideController::next()
     if (url)
         openImageURL(*url, true);
     else if (mOpenings == 0 && mDefaults.stringValue(kEndMode) == kEndModeClose)
-        endSlideShow(); // Not while files are being collected: the end of the list is not its end yet.
+        endSlideShow(); // Not while files are being collected: the end of the list is not its end
+                        // yet.
 }
 
 void SlideController::previous()

@@ -11,10 +11,9 @@
 #include <QIcon>
 #include <QLoggingCategory>
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 namespace {
 

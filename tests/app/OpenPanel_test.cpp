@@ -20,7 +20,7 @@ namespace {
 struct OpenPanelTest : testing::Test {
     ~OpenPanelTest() override
     {
-        delete panel;
+        delete alive.data();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
@@ -28,16 +28,20 @@ struct OpenPanelTest : testing::Test {
     void begin(QWidget* above = nullptr)
     {
         panel = new OpenPanel(FileURL(folder()));
+        alive = panel;
         panel->begin(above, [this](const OpenPanelChoice& choice) {
             ++answers;
             answer = choice;
         });
     }
 
+    bool isUp() const { return !alive.isNull() && panel->isVisible(); }
+
     QByteArray folder() const { return files.url("").path().chopped(1); }
 
     tests::PictureFiles files;
-    QPointer<OpenPanel> panel;
+    OpenPanel* panel = nullptr;
+    QPointer<OpenPanel> alive; ///< panel, as long as it lives.
     int answers = 0;
     std::optional<OpenPanelChoice> answer;
 };
@@ -89,7 +93,7 @@ TEST_F(OpenPanelTest, DoesNotWaitForAnAnswer)
 {
     begin();
 
-    EXPECT_TRUE(panel->isVisible());
+    EXPECT_TRUE(isUp());
     EXPECT_EQ(answers, 0);
 }
 
@@ -102,7 +106,7 @@ TEST_F(OpenPanelTest, ChoosesTheFolderThatItShowsWhenNothingIsSelected)
     ASSERT_EQ(answers, 1);
     EXPECT_EQ(answer->urls, std::vector({ FileURL(folder()) }));
     EXPECT_EQ(answer->directory, FileURL(folder()));
-    EXPECT_TRUE(!panel || !panel->isVisible());
+    EXPECT_FALSE(isUp());
 }
 
 TEST_F(OpenPanelTest, ChoosesAFile)
@@ -191,7 +195,7 @@ TEST_F(OpenPanelTest, GoesWhenItIsLeft)
     panel->reject();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 
-    EXPECT_TRUE(panel.isNull());
+    EXPECT_TRUE(alive.isNull());
 }
 
 TEST_F(OpenPanelTest, StandsAboveTheShow)
@@ -201,9 +205,11 @@ TEST_F(OpenPanelTest, StandsAboveTheShow)
 
     begin(&show);
 
-    EXPECT_EQ(panel->parentWidget(), &show);
-    EXPECT_TRUE(panel->isWindow());
-    EXPECT_TRUE(panel->isModal());
+    const auto* const shown = show.findChild<OpenPanel*>();
+    ASSERT_NE(shown, nullptr);
+    EXPECT_EQ(shown, panel);
+    EXPECT_TRUE(shown->isWindow());
+    EXPECT_TRUE(shown->isModal());
 }
 
 } // namespace

@@ -290,7 +290,17 @@ struct StoredInterval {
     friend void PrintTo(const StoredInterval& row, std::ostream* stream) { *stream << row.name; }
 };
 
-struct OddInterval : ControllerTest, testing::WithParamInterface<StoredInterval> { };
+struct OddInterval : ControllerTest, testing::WithParamInterface<StoredInterval> {
+    /// A show that spins would keep the clock busy for ever.
+    OddInterval()
+    {
+        constexpr size_t kFarTooMany = 100;
+        screen.onAsked = [this] {
+            if (screen.asked.size() > kFarTooMany)
+                controller->Stop();
+        };
+    }
+};
 
 /// Ten slides in a second, at the most.
 constexpr size_t kMostSlides = 10;
@@ -1007,6 +1017,20 @@ TEST_F(Callbacks, OfAFirstFileThatIsGoneAgainDoNothing)
 
     EXPECT_EQ(controller->mScreenWindow(), nullptr);
     EXPECT_TRUE(screen.asked.empty());
+}
+
+TEST_F(Callbacks, OfAFirstFileThatIsDamagedStartNoTimer)
+{
+    defaults.setValue(kAutoStart, true);
+    screen.damaged = { "1.png" };
+    controller->mFileSequence().setDelegate(nullptr);
+    controller->mFileSequence().addFiles(write({ "1.png" }));
+
+    controller->firstFileFound();
+    settle();
+
+    EXPECT_EQ(controller->mScreenWindow(), nullptr);
+    EXPECT_FALSE(controller->isPlaying());
 }
 
 TEST_F(Callbacks, OfNewFilesLeaveAShowAloneThatPlays)

@@ -458,7 +458,7 @@ TEST_F(Activation, MakesTheWindowAnewWhenTheScreenChanged)
     show123();
     controller->nextSlide();
     const QPointer<SlideWindow> before = controller->mScreenWindow();
-    coveredSizeOf(*before) = { 640, 480 };
+    coveredSizeOf(*controller->mScreenWindow()) = { 640, 480 };
     screen.forget();
 
     controller->applicationWillBecomeActive();
@@ -838,7 +838,8 @@ TEST_F(End, IsNotUndoneByNewFilesThatWereFoundBefore)
     show123();
     controller->newFilesFound();
 
-    controller->endSlideShow();
+    controller->endSlideShow(); // The sequence is probably not empty yet.
+    MainQueue::drain();
     settle();
 
     EXPECT_EQ(controller->mScreenWindow(), nullptr);

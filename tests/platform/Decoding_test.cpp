@@ -203,10 +203,12 @@ TEST_F(DecodingTest, DecodesFourInks)
 
 TEST_F(DecodingTest, TellsTheOrientationOfFourInks)
 {
-    const auto answer = decoded(tests::withOrientation(tests::cmykJpeg(), 6));
+    const auto plain = decoded(tests::cmykJpeg());
+    const auto odd = decoded(tests::withOrientation(tests::cmykJpeg(), 9));
 
-    ASSERT_TRUE(answer);
-    EXPECT_EQ(answer->orientation, 6);
+    ASSERT_TRUE(plain && odd);
+    EXPECT_EQ(plain->orientation, std::nullopt);
+    EXPECT_EQ(odd->orientation, 9);
 }
 
 TEST_F(DecodingTest, RefusesTwelveBits)

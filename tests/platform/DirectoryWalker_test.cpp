@@ -92,16 +92,16 @@ private:
     rlimit mBefore = {};
 };
 
-/// "d", "d/d", and so on down to `levels`, each with two files beside each.
+/// "d", "d/d", and so on down to `levels`, each between two files: whatever the order in which the
+/// file system lists them, there is something left to read after most of the folders.
 void makeDeepTree(const FixtureFolder& folder, int levels)
 {
     QByteArray path;
     for (int level = 0; level < levels; ++level) {
-        for (const char name : QByteArray("ab"))
-            folder.write(path + name);
-        path += 'd';
-        folder.makeFolder(path);
-        path += '/';
+        folder.write(path + 'a');
+        folder.makeFolder(path + 'd');
+        folder.write(path + 'z');
+        path += "d/";
     }
 }
 

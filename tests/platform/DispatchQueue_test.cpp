@@ -308,11 +308,13 @@ TEST(DispatchQueue, DropsWhatHasNotBegunAndWaitsForWhatHas)
     auto held = std::make_shared<int>(1);
     const std::weak_ptr<int> watched = held;
     auto queue = std::make_unique<DispatchQueue>("quorvane.test");
-    queue->async([&] {
+    DispatchQueue* const dying = queue.get();
+    queue->async([&, dying] {
         begun.open();
         // The destructor is at work once its thread waits for this one.
         while (!ending || !threadWaits(caller))
             std::this_thread::yield();
+        dying->async([&notes] { notes.add(4); });
         notes.add(1);
     });
     queue->async([&notes, held = std::move(held)] { notes.add(2); });

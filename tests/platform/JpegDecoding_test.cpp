@@ -203,14 +203,18 @@ TEST(JpegDecoding, RefusesAHeaderThatBreaksAfterAWarning)
 
 TEST(JpegDecoding, ShowsAPictureThatLacksItsEndMarkerOnly)
 {
-    const QByteArray whole = jpeg(noise({ 64, 64 }));
-    const QImage expected = decoded(whole)->image();
+    const QByteArray plain = jpeg(noise({ 64, 64 }));
+    const QByteArray withThumbnail
+        = tests::withExif(plain, { .main = {}, .thumbnail = jpeg(noise({ 8, 8 })) });
+    const QImage expected = decoded(plain)->image();
 
-    for (qsizetype missing = 1; missing <= kEndSize; ++missing) {
-        const auto pixels = decoded(whole.chopped(missing));
+    for (const QByteArray& whole : { plain, withThumbnail }) {
+        for (int missing = 1; missing <= kEndSize; ++missing) {
+            const auto pixels = decoded(whole.chopped(missing));
 
-        ASSERT_TRUE(pixels) << missing;
-        EXPECT_EQ(pixels->image(), expected) << missing;
+            ASSERT_TRUE(pixels) << missing;
+            EXPECT_EQ(pixels->image(), expected) << missing;
+        }
     }
 }
 

@@ -102,7 +102,7 @@ TEST_F(Collecting, ListsAFileAlone)
 
 TEST_F(Collecting, KnowsAFileWithoutAnExtensionByItsContents)
 {
-    folder.file("picture", QByteArray("\xFF\xD8\xFF\xE0\x00\x10JFIF\x00\x01\x01\x00\x00\x01", 18));
+    folder.file("picture", QByteArray("\xFF\xD8\xFF\xE0\x00\x10JFIF\x00\x01\x01\x00\x00\x01", 16));
     folder.file("page", "%PDF-1.4\n");
     folder.file("empty");
 
