@@ -83,13 +83,8 @@ void SlideController::fill(
 
 void SlideController::filled()
 {
-    if (mOpenings > 0 || isEnding())
+    if (mOpenings > 0 || isEnding() || mSequence.count() > 0)
         return;
-    if (mSequence.count() > 0) {
-        if (!mShownURL)
-            firstSlide(); // The files met first could not be shown, before there were others.
-        return;
-    }
     // Nothing that was named can be shown.
     if (mWindow)
         endSlideShow();

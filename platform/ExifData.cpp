@@ -1,31 +1,56 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/ExifData.h"
 
+#include <QtEndian>
+
 #include <libexif/exif-data.h>
 
-#include <algorithm>
 #include <memory>
 
 namespace quorvane {
 
 namespace {
 
-/// EXIF data stands in one segment of 64 KiB at most, near the beginning; what cameras put before
-/// it is shorter than this.
-constexpr qsizetype kSearched = 256 * 1024;
+/// Every segment before the pixels: 0xFF, its kind, and its length in two bytes that count
+/// themselves.
+constexpr qsizetype kSegmentHead = 4;
+constexpr char kExifSegment = '\xE1';
+constexpr char kStartOfScan = '\xDA';
+
+/// The contents of the EXIF segment, wherever it stands among the others. The library looks for it
+/// by itself, but gives up at the first segment that is not a camera's.
+QByteArray exifSegment(const QByteArray& jpeg)
+{
+    qsizetype place = 2; // Behind the marker that every file begins with.
+    while (place + kSegmentHead <= jpeg.size() && jpeg[place] == '\xFF') {
+        const char kind = jpeg[place + 1];
+        if (kind == '\xFF') {
+            ++place; // Any number of these may stand before a marker.
+            continue;
+        }
+        const auto length = qFromBigEndian<quint16>(jpeg.constData() + place + 2);
+        const QByteArray contents = jpeg.mid(place + kSegmentHead, length - 2);
+        if (kind == kExifSegment && contents.startsWith("Exif"))
+            return contents;
+        if (kind == kStartOfScan || length < 2)
+            break;
+        place += 2 + length;
+    }
+    return {};
+}
 
 using ExifPointer = std::unique_ptr<ExifData, decltype(&exif_data_unref)>;
 
 ExifPointer exifOf(const QByteArray& jpeg)
 {
-    const auto length = static_cast<unsigned>(std::min(jpeg.size(), kSearched));
+    const QByteArray segment = exifSegment(jpeg);
     ExifPointer data(exif_data_new(), &exif_data_unref);
     // As it stands: the corrections that the library makes by itself drop tags that are merely odd.
     exif_data_unset_option(data.get(), EXIF_DATA_OPTION_FOLLOW_SPECIFICATION);
     exif_data_unset_option(data.get(), EXIF_DATA_OPTION_IGNORE_UNKNOWN_TAGS);
     exif_data_set_option(data.get(), EXIF_DATA_OPTION_DONT_CHANGE_MAKER_NOTE);
-    exif_data_load_data(
-        data.get(), reinterpret_cast<const unsigned char*>(jpeg.constData()), length);
+    exif_data_load_data(data.get(), reinterpret_cast<const unsigned char*>(segment.constData()),
+        static_cast<unsigned>(segment.size()));
     return data;
 }
 

@@ -960,6 +960,23 @@ TEST_F(Damaged, FirstOnesWaitForMoreFilesWhileTheyAreCollected)
     EXPECT_EQ(held.found(), 2);
 }
 
+TEST_F(Steps, BeyondWhatIsCollectedSoFarDoNotEndTheShow)
+{
+    defaults.setValue(kEndMode, QString(kEndModeClose));
+    HeldCollection held(controller);
+    controller->openFiles(write({ "1.png", "2.png" }));
+    held.waitForFirstFile();
+    MainQueue::drain();
+
+    controller->nextSlide(); // Beyond all that is known so far.
+    held.go();
+    settle();
+
+    EXPECT_NE(controller->mScreenWindow(), nullptr);
+    EXPECT_EQ(screen.shown, "1.png");
+    EXPECT_EQ(controller->mFileSequence().count(), 2U);
+}
+
 TEST_F(Damaged, OneGoneToByItsPlaceEndsAShowOfOne)
 {
     show({ "1.png" });

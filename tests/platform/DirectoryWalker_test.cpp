@@ -92,15 +92,15 @@ private:
     rlimit mBefore = {};
 };
 
-/// "d", "d/d", and so on down to `levels`, each between two files: whatever the order in which the
-/// file system lists them, there is something left to read after most of the folders.
+/// "d", "d/d", and so on down to `levels`, each between two files with names of their own: in
+/// whatever order the file system lists names, much is left to read after some of the folders.
 void makeDeepTree(const FixtureFolder& folder, int levels)
 {
     QByteArray path;
     for (int level = 0; level < levels; ++level) {
-        folder.write(path + 'a');
+        folder.write(path + 'a' + QByteArray::number(level));
         folder.makeFolder(path + 'd');
-        folder.write(path + 'z');
+        folder.write(path + 'z' + QByteArray::number(level));
         path += "d/";
     }
 }

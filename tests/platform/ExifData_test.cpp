@@ -74,6 +74,28 @@ TEST_P(ExifData, DoesNotTakeTheThumbnailsOrientationForThePictures)
     EXPECT_EQ(orientationOf({ GetParam(), { { .value = 3 } }, { turned }, plainJpeg() }), 3);
 }
 
+TEST_P(ExifData, FindsTheOrientationBehindOtherSegmentsAndFillBytes)
+{
+    const QByteArray jpeg
+        = tests::withExif(plainJpeg(), { GetParam(), { { .value = 6 } }, {}, {} });
+    const QByteArray comment = QByteArray("\xFF\xFE\x00\x08", 4) + QByteArray("seaside", 6);
+
+    EXPECT_EQ(exifOrientation(jpeg.left(2) + comment + jpeg.mid(2)), 6);
+    EXPECT_EQ(exifOrientation(jpeg.left(2) + comment + "\xFF\xFF" + jpeg.mid(2)), 6);
+}
+
+TEST_P(ExifData, HasNoOrientationWhereASegmentIsBroken)
+{
+    const QByteArray jpeg
+        = tests::withExif(plainJpeg(), { GetParam(), { { .value = 6 } }, {}, {} });
+    const QByteArray tooShort("\xFF\xFE\x00\x01", 4);
+    const QByteArray tooLong("\xFF\xFE\xFF\xFF", 4);
+
+    EXPECT_EQ(exifOrientation(jpeg.left(2) + tooShort + jpeg.mid(2)), std::nullopt);
+    EXPECT_EQ(exifOrientation(jpeg.left(2) + tooLong + jpeg.mid(2)), std::nullopt);
+    EXPECT_EQ(exifOrientation(jpeg.left(3)), std::nullopt);
+}
+
 TEST_P(ExifData, FindsTheEmbeddedThumbnail)
 {
     const QByteArray thumbnail = plainJpeg();
