@@ -51,7 +51,7 @@ void OpenPanel::begin(QWidget* above, std::function<void(const OpenPanelChoice&)
 
 void OpenPanel::accept()
 {
-    QDialog::accept(); // A file dialog of its own accord would enter a selected folder instead.
+    done(Accepted); // A file dialog of its own accord would enter a selected folder instead.
 }
 
 OpenPanelChoice OpenPanel::choice() const

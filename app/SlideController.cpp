@@ -259,7 +259,7 @@ void SlideController::exitFullScreen()
     mView->setDelegate(nullptr);
     mWindow->hide();
     // Later, and the display as the window's child: one of the two may be calling.
-    mView.release();
+    static_cast<void>(mView.release());
     mWindow.release()->deleteLater();
 }
 

@@ -157,7 +157,7 @@ private:
     void goFullScreen(QScreen* screen);
     void exitFullScreen();
     void windowClosedByHand();
-    void addCommands(SlideWindow& window);
+    void addCommands(SlideWindow& window) const;
 
     UserDefaults& mDefaults;
     Clock& mClock;

@@ -59,7 +59,7 @@ QList<QKeySequence> sequencesOf(const Command& command)
 
 } // namespace
 
-void SlideController::addCommands(SlideWindow& window)
+void SlideController::addCommands(SlideWindow& window) const
 {
     for (const Command& command : kCommands) {
         auto* const action

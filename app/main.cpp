@@ -19,6 +19,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
+using quorvane::SlideController;
+using quorvane::SVLayerView;
+using quorvane::SystemClock;
+using quorvane::UserDefaults;
+
 constexpr int kNoDisplay = 1;
 
 /// How long the program waits, at its end, for a folder or a file that no longer answers.
@@ -55,7 +60,6 @@ bool namesDisplay()
 
 int run(QApplication& application, const std::vector<QByteArray>& paths)
 {
-    using namespace quorvane;
     UserDefaults defaults(UserDefaults::standardPath());
     SystemClock clock;
     SlideController controller(

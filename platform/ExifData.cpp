@@ -29,7 +29,7 @@ QByteArray exifSegment(const QByteArray& jpeg)
             continue;
         }
         const auto length = qFromBigEndian<quint16>(jpeg.constData() + place + 2);
-        const QByteArray contents = jpeg.mid(place + kSegmentHead, length - 2);
+        QByteArray contents = jpeg.mid(place + kSegmentHead, length - 2);
         if (kind == kExifSegment && contents.startsWith("Exif"))
             return contents;
         if (kind == kStartOfScan || length < 2)

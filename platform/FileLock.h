@@ -22,7 +22,8 @@ public:
     };
 
     /// On a file system without locks it is taken by everybody.
-    /// \return NotWritable if the file cannot be made, or if somebody holds it and `patience` is Try.
+    /// \return NotWritable if the file cannot be made, or if somebody holds it and `patience` is
+    /// Try.
     static Result<FileLock> take(const QByteArray& path, Patience patience);
 
 private:

@@ -18,8 +18,8 @@ namespace quorvane {
 
 class SettingsWriter;
 
-/// One flat store. Its values are what a property list holds (see PropertyListValue.h) and come back in
-/// the types named there: an int that was set is a qlonglong.
+/// One flat store. Its values are what a property list holds (see PropertyListValue.h) and come
+/// back in the types named there: an int that was set is a qlonglong.
 ///
 /// Kept in an XML property list, see SettingsFile and SettingsWriter: every change is on its way to
 /// the disk when the call returns. What cannot be read or written costs lines in the log, never

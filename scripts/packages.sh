@@ -10,9 +10,11 @@ declare -A packages=(
         libgl-dev libexif-dev libturbojpeg0-dev libexpected-dev'
     # What the viewer loads only when it runs.
     [run]='qt6-image-formats-plugins qt6-qpa-plugins qt6-wayland libqt6svg6 shared-mime-info'
-    # To test, the checks of the sources included.
-    [test]='libgtest-dev libgmock-dev xvfb openbox xdotool x11-utils x11-xserver-utils dbus
-        libx11-dev libxtst-dev libxext-dev fonts-dejavu-core imagemagick clang-format'
+    # To test.
+    [test]='libgtest-dev libgmock-dev xvfb openbox x11-utils dbus libx11-dev libxtst-dev
+        fonts-dejavu-core'
+    # To check the sources.
+    [check]='clang-format-14 clang-tidy-14'
     # To start the viewer on a machine without a display.
     [display]='xvfb openbox x11-utils imagemagick fonts-dejavu-core dbus'
 )
