@@ -3,9 +3,15 @@
 
 #include "platform/TypeIdentifier.h"
 
+#include <QDialogButtonBox>
 #include <QDir>
+#include <QEvent>
 #include <QFile>
+#include <QFileInfo>
+#include <QPushButton>
 #include <QStandardPaths>
+
+#include <algorithm>
 
 namespace quorvane {
 
@@ -13,14 +19,13 @@ namespace {
 
 FileURL urlOf(const QString& path) { return FileURL(QFile::encodeName(path)); }
 
-/// "Pictures (*.jpg *.jpeg …)" for all that can be shown, in capitals too.
+/// "Pictures (*.jpg *.jpeg …)" for all that can be shown; the panel does not look at capitals.
 QString displayableFilter()
 {
     QStringList patterns;
     for (const QString& type : TypeIdentifier::imageTypes() + TypeIdentifier::audiovisualTypes()) {
         for (const QString& extension : TypeIdentifier::extensionsOf(type))
-            patterns << QStringLiteral("*.") + extension
-                     << QStringLiteral("*.") + extension.toUpper();
+            patterns << QStringLiteral("*.") + extension;
     }
     return OpenPanel::tr("Pictures (%1)").arg(patterns.join(QLatin1Char(' ')));
 }
@@ -32,7 +37,13 @@ OpenPanel::OpenPanel(const FileURL& start)
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(tr("Choose a folder or some files to display."));
     setOption(DontUseNativeDialog); // The desktops' own panels take either files or a folder.
+    setOption(HideNameFilterDetails);
     setFileMode(ExistingFiles);
+    if (const auto* const buttons = findChild<QDialogButtonBox*>()) {
+        QPushButton* const open = buttons->button(QDialogButtonBox::Open);
+        open->setEnabled(true);
+        open->installEventFilter(this);
+    }
     setNameFilters({ displayableFilter(), tr("All files (*)") });
     setDirectory(start.isEmpty()
             ? QStandardPaths::writableLocation(QStandardPaths::PicturesLocation)
@@ -51,7 +62,22 @@ void OpenPanel::begin(QWidget* above, std::function<void(const OpenPanelChoice&)
 
 void OpenPanel::accept()
 {
-    done(Accepted); // A file dialog of its own accord would enter a selected folder instead.
+    const QStringList paths = selectedFiles();
+    const bool areThere = std::all_of(
+        paths.begin(), paths.end(), [](const QString& path) { return QFileInfo::exists(path); });
+    if (areThere)
+        done(Accepted); // A file dialog of its own accord would enter a selected folder instead.
+    else
+        QFileDialog::accept(); // It says what it does not find, and stays.
+}
+
+bool OpenPanel::eventFilter(QObject* watched, QEvent* event)
+{
+    // Without a selection there is still the folder that the panel shows.
+    auto* const button = qobject_cast<QPushButton*>(watched);
+    if (button && event->type() == QEvent::EnabledChange && !button->isEnabled())
+        button->setEnabled(true);
+    return QFileDialog::eventFilter(watched, event);
 }
 
 OpenPanelChoice OpenPanel::choice() const

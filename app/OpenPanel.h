@@ -28,7 +28,11 @@ public:
     /// Shows the panel and returns; `done` is called once, when it was left.
     void begin(QWidget* above, std::function<void(const OpenPanelChoice&)> done);
 
+    /// Stays open when something that was typed does not exist.
     void accept() override;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     OpenPanelChoice choice() const;

@@ -82,8 +82,12 @@ void SlideWindow::closeEvent(QCloseEvent* event)
 
 void SlideWindow::keyPressEvent(QKeyEvent* event)
 {
+    // A digit with Ctrl is no digit: most of them are commands.
+    const bool isChord
+        = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    const QString characters = isChord ? QString() : event->text();
     const bool isUsed
-        = isModifier(event->key()) || (mKeyDown && mKeyDown(event->text(), event->key()));
+        = isModifier(event->key()) || (mKeyDown && mKeyDown(characters, event->key()));
     if (!isUsed)
         QWidget::keyPressEvent(event);
 }

@@ -16,8 +16,8 @@ class SlideWindow : public QWidget {
     Q_OBJECT
 
 public:
-    /// Given the text of a key and its Qt::Key; never a modifier key alone. True when it was used
-    /// up.
+    /// Given the text of a key, empty with Ctrl or Alt, and its Qt::Key; never a modifier key
+    /// alone. True when it was used up.
     using KeyHandler = std::function<bool(const QString& characters, int key)>;
 
     SlideWindow();

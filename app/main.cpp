@@ -60,7 +60,10 @@ bool namesDisplay()
 
 int run(QApplication& application, const std::vector<QByteArray>& paths)
 {
-    UserDefaults defaults(UserDefaults::standardPath());
+    const QByteArray settings = UserDefaults::standardPath();
+    if (settings.isEmpty())
+        qWarning("There is no home folder: settings are not kept.");
+    UserDefaults defaults(settings);
     SystemClock clock;
     SlideController controller(
         defaults, clock, [&] { return std::make_unique<SVLayerView>(defaults, clock); });

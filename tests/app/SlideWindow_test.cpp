@@ -173,6 +173,16 @@ TEST_F(ShowWindow, PassesKeysToTheHandler)
             { QString(), Qt::Key_Up } }));
 }
 
+TEST_F(ShowWindow, TakesNoDigitForOneWithAModifier)
+{
+    for (const auto modifier : { Qt::ControlModifier, Qt::AltModifier, Qt::MetaModifier })
+        pressKey(window, Qt::Key_1, modifier, QStringLiteral("1"));
+    pressKey(window, Qt::Key_1, Qt::KeypadModifier, QStringLiteral("1"));
+
+    const Key chord { QString(), Qt::Key_1 };
+    EXPECT_EQ(keys, std::vector<Key>({ chord, chord, chord, { QStringLiteral("1"), Qt::Key_1 } }));
+}
+
 TEST_F(ShowWindow, PassesRepeatedKeysToTheHandler)
 {
     QKeyEvent again(
