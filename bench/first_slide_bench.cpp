@@ -68,9 +68,12 @@ bool isGreen(Pixel pixel)
 
 double timeToFirstSlide(VirtualDesktop& desktop, Viewer& viewer, const QString& folder)
 {
+    const QPoint middle(desktop.size().width() / 2, desktop.size().height() / 2);
+    if (!desktop.waitFor(QStringLiteral("the end of the run before"),
+            [&] { return !isGreen(desktop.colourAt(middle)); }))
+        _exit(1);
     const auto start = std::chrono::steady_clock::now();
     viewer.start({ QFile::encodeName(folder) });
-    const QPoint middle(desktop.size().width() / 2, desktop.size().height() / 2);
     if (!desktop.waitFor(
             QStringLiteral("the first slide"), [&] { return isGreen(desktop.colourAt(middle)); })) {
         std::puts("the first slide did not come");

@@ -26,6 +26,10 @@ bool mayBeExtension(QByteArrayView candidate)
 {
     if (candidate.isEmpty() || candidate.contains(' '))
         return false;
+    const bool isASCII = std::all_of(
+        candidate.begin(), candidate.end(), [](char byte) { return (byte & 0x80) == 0; });
+    if (isASCII)
+        return true; // None of the characters below: this is asked for every file of a show.
     const std::string_view text(candidate.data(), static_cast<size_t>(candidate.size()));
     return std::none_of(std::begin(kDirectionControls), std::end(kDirectionControls),
         [text](std::string_view control) { return text.find(control) != std::string_view::npos; });

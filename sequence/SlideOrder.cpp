@@ -8,6 +8,7 @@
 #include <QRandomGenerator>
 
 #include <algorithm>
+#include <bit>
 #include <optional>
 #include <utility>
 
@@ -87,38 +88,52 @@ std::vector<Traits> traitsOf(const SlideItems& items)
     return traits;
 }
 
-/// Numbers of items by a hash of theirs.
+/// Numbers of items by a hash of theirs: a flat table, since a list of 100,000 items is far larger
+/// than the processor's caches and each step of a search would wait for memory.
 class HashIndex {
 public:
-    void add(size_t hash, size_t number) { mEntries.push_back({ hash, number }); }
+    /// \param count  how many items there are.
+    explicit HashIndex(size_t count)
+        : mHeads(std::bit_ceil(count + 1), kNone)
+        , mNext(count, kNone)
+    {
+    }
 
-    /// After the last add() and before the first find().
-    void sort() { std::sort(mEntries.begin(), mEntries.end()); }
+    /// Each number at most once. The one added last is found first.
+    void add(size_t hash, size_t number)
+    {
+        size_t& head = mHeads[place(hash)];
+        mNext[number] = head;
+        head = number;
+    }
 
-    /// The lowest number with that hash that the test accepts.
+    /// The first number among those of like hash that the test accepts.
     template <typename Accepts> std::optional<size_t> find(size_t hash, Accepts accepts) const
     {
-        auto entry = std::lower_bound(mEntries.begin(), mEntries.end(), std::pair(hash, size_t(0)));
-        for (; entry != mEntries.end() && entry->first == hash; ++entry) {
-            if (accepts(entry->second))
-                return entry->second;
+        for (size_t number = mHeads[place(hash)]; number != kNone; number = mNext[number]) {
+            if (accepts(number))
+                return number;
         }
         return {};
     }
 
 private:
-    std::vector<std::pair<size_t, size_t>> mEntries;
+    static constexpr size_t kNone = static_cast<size_t>(-1);
+
+    size_t place(size_t hash) const { return hash & (mHeads.size() - 1); }
+
+    std::vector<size_t> mHeads;
+    std::vector<size_t> mNext;
 };
 
 /// For each JPEG in turn, the number of its companion if it has one.
 std::vector<size_t> companionsOf(const std::vector<Traits>& traits)
 {
-    HashIndex others;
-    for (size_t i = 0; i < traits.size(); ++i) {
+    HashIndex others(traits.size());
+    for (size_t i = traits.size(); i-- > 0;) { // Backwards: the first one is to be found first.
         if (!traits[i].isJPG)
             others.add(qHash(traits[i].baseKey), i);
     }
-    others.sort();
 
     std::vector<size_t> companions;
     for (const Traits& jpeg : traits) {
@@ -172,17 +187,25 @@ std::vector<FileURL> removeCompanions(SlideItems& items)
 
     std::vector<FileURL> removed;
     removed.reserve(companions.size());
-    HashIndex gone;
+    HashIndex gone(items.size());
+    std::vector<bool> isGone(items.size(), false);
     for (const size_t companion : companions) {
         removed.push_back(items[companion]->mURL());
-        gone.add(traits[companion].urlHash, companion);
+        if (!isGone[companion])
+            gone.add(traits[companion].urlHash, companion);
+        isGone[companion] = true;
     }
-    gone.sort();
     // As often as the file is listed. What goes stays in its place to be compared with.
     SlideItems rest;
     rest.reserve(items.size());
     for (size_t i = 0; i < items.size(); ++i) {
-        if (!gone.find(traits[i].urlHash, [&](size_t other) { return *items[other] == *items[i]; }))
+        const bool goes = gone.find(traits[i].urlHash,
+                                  [&](size_t other) {
+                                      return traits[other].urlHash == traits[i].urlHash
+                                          && *items[other] == *items[i];
+                                  })
+                              .has_value();
+        if (!goes)
             rest.push_back(std::move(items[i]));
     }
     items.swap(rest);
