@@ -12,7 +12,7 @@ namespace {
 /// Qt's timers count milliseconds in 32 bits, which hold 24.8 days.
 constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 20);
 
-class SystemTimer : public Timer {
+class SystemTimer final : public Timer {
 public:
     SystemTimer(const Clock& clock, Duration interval, Clock::Repetition repetition,
         std::function<void()> block)
