@@ -140,9 +140,9 @@ void SlideController::next()
     const auto url = mShowsHints ? mSequence.current() : mSequence.next();
     if (url)
         openImageURL(*url, true);
+    // While files are being collected, the end of the list is not its end yet.
     else if (mOpenings == 0 && mDefaults.stringValue(kEndMode) == kEndModeClose)
-        endSlideShow(); // Not while files are being collected: the end of the list is not its end
-                        // yet.
+        endSlideShow();
 }
 
 void SlideController::previous()

@@ -7,8 +7,6 @@
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
 
-#include <QFile>
-
 #include <algorithm>
 
 namespace quorvane {
@@ -18,15 +16,6 @@ FileSequence::FileSequence(const UserDefaults& defaults, Trash trash, RandomBelo
     , mTrash(std::move(trash))
     , mRandom(std::move(random))
 {
-}
-
-FileSequence::Trash FileSequence::systemTrash()
-{
-    return [](const FileURL& url) {
-        // Qt takes paths as text. One that does not survive that is another file, or none.
-        const QString path = QFile::decodeName(url.path());
-        return QFile::encodeName(path) == url.path() && QFile::moveToTrash(path);
-    };
 }
 
 void FileSequence::addURLs(const std::vector<FileURL>& urls)

@@ -2,6 +2,7 @@
 // The ordered list of slides that the show walks through.
 #pragma once
 
+#include "platform/Trash.h"
 #include "sequence/SlideItem.h"
 #include "sequence/SlideOrder.h"
 
@@ -46,7 +47,7 @@ public:
 
     /// \param defaults  must outlive the sequence.
     /// \param trash     moves a file to the trash; false when it could not.
-    explicit FileSequence(const UserDefaults& defaults, Trash trash = systemTrash(),
+    explicit FileSequence(const UserDefaults& defaults, Trash trash = moveToTrash,
         RandomBelow random = systemRandomBelow);
 
     /// Not owned; nullptr for none. Set before anything is collected.
@@ -128,8 +129,6 @@ public:
     std::vector<FileURL> mRemovedURLs() const;
 
 private:
-    static Trash systemTrash();
-
     void beginCollecting() { mCollectedClearings = mClearings.load(); }
     bool isCollectingEnded() const;
     void addEntry(const FileURL& url);
