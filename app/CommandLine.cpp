@@ -4,6 +4,7 @@
 #include "app/Version.h"
 #include "platform/FileStatus.h"
 #include "platform/PathRules.h"
+#include "platform/TypeIdentifier.h"
 
 namespace quorvane {
 
@@ -17,6 +18,7 @@ Shows pictures full screen, one after the other.
 
   -h, --help       show this and exit
   -v, --version    show the version and exit
+  --formats        list what this build can show and exit
   --new-instance   start a program of its own beside one that runs
   --               what follows is a name, even if it begins with "-"
 
@@ -27,6 +29,21 @@ Keys:
   Ctrl+2 3 4 5          fit, zoom to fit, fill, stretch
   Ctrl+O  open          F1  user guide      Escape  end the show    Ctrl+Q  quit
 )";
+
+/// One type a line, with the extensions of its files.
+QByteArray formats()
+{
+    QByteArray lines;
+    for (const QStringList& types :
+        { TypeIdentifier::imageTypes(), TypeIdentifier::audiovisualTypes() }) {
+        for (const QString& type : types) {
+            constexpr int kColumn = 34;
+            lines += type.toUtf8().leftJustified(kColumn) + ' '
+                + TypeIdentifier::extensionsOf(type).join(QLatin1Char(' ')).toUtf8() + '\n';
+        }
+    }
+    return lines;
+}
 
 bool isOption(const QByteArray& argument) { return argument.size() > 1 && argument[0] == '-'; }
 
@@ -62,6 +79,8 @@ CommandLine parseCommandLine(
             continue; // Every start is a program of its own.
         } else if (argument == "-h" || argument == "--help") {
             return ending(0, kHelp, {});
+        } else if (argument == "--formats") {
+            return ending(0, formats(), {});
         } else if (argument == "-v" || argument == "--version") {
             return ending(0, QByteArray("quorvane ") + kVersion + '\n', {});
         } else {

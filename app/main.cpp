@@ -4,12 +4,12 @@
 #include "app/SlideController.h"
 #include "app/Version.h"
 #include "display/SVLayerView.h"
+#include "platform/Decoding.h"
 #include "platform/SystemClock.h"
 #include "platform/UserDefaults.h"
 
 #include <QApplication>
 #include <QIcon>
-#include <QLoggingCategory>
 
 #include <cstdio>
 #include <cstdlib>
@@ -99,6 +99,8 @@ int main(int argc, char** argv)
         return *line.exitStatus;
     if (!namesDisplay())
         endWithoutDisplay();
+    // While the windows' library starts, the decoder does.
+    quorvane::warmUpDecoders();
 
     argc = std::min(argc, 1); // The options are ours; Qt's come by its environment variables.
     QCoreApplication::setApplicationName(QStringLiteral("quorvane"));
@@ -106,8 +108,6 @@ int main(int argc, char** argv)
     QGuiApplication::setDesktopFileName(QStringLiteral("com.quorvane.Quorvane"));
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
-    // Damaged pictures are nothing to report; the variable QT_LOGGING_RULES brings the lines back.
-    QLoggingCategory::setFilterRules(QStringLiteral("qt.gui.imageio*=false"));
     const auto handler = qInstallMessageHandler(failWithoutDisplay);
     QApplication application(argc, argv);
     qInstallMessageHandler(handler);

@@ -1,28 +1,30 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "display/SVLayerView.h"
 
+#include "images/CGRectUtils.h"
 #include "images/SVImage.h"
 #include "images/SVImageCache.h"
 #include "layers/Drawing.h"
 #include "platform/Assertion.h"
-#include "platform/DispatchQueue.h"
-#include "platform/MainQueue.h"
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
 
 #include <QPaintEvent>
 #include <QPainter>
 
+#include <cmath>
+
 namespace quorvane {
 
 namespace {
 
-/// How long a file may take before the show goes on without it.
-constexpr std::chrono::seconds kLoadLimit { 10 };
+/// How long a file may take before the show goes on without it, whatever holds it up: two attempts
+/// of the decoder, and the opening.
+constexpr std::chrono::seconds kLoadLimit { 25 };
 
-/// Device pixels up to which a picture is scaled beforehand. Beyond it, a long strip that fills the
-/// screen by its shorter side, the picture is scaled as it is painted.
-constexpr qint64 kPreparedLimit = 64'000'000;
+/// Device pixels up to which a picture is decoded. Beyond it, a long strip that fills the screen by
+/// its shorter side, it is enlarged as it is painted.
+constexpr double kPixelLimit = 64e6;
 
 /// What decides where a picture stands: everything but the picture.
 struct Placement {
@@ -30,22 +32,24 @@ struct Placement {
     QRectF bounds;
     double pixelRatio = 1;
 
-    QRectF rectFor(const SVImage* image) const
+    /// \param picture  its size when it is upright; empty for none.
+    QRectF rectFor(QSizeF picture) const
     {
-        if (fitMode.isNull() || fitMode == kFitModeFit)
-            return image ? image->rectToFitScreen(bounds.size(), false) : QRectF();
-        if (fitMode == kFitModeZoom)
-            return image ? image->rectToFitScreen(bounds.size(), true) : QRectF();
+        if (!fitMode.isNull() && fitMode != kFitModeFit && fitMode != kFitModeZoom
+            && fitMode != kFitModeFill)
+            return bounds;
+        if (picture.isEmpty())
+            return {};
         if (fitMode == kFitModeFill)
-            return image ? image->rectToFillScreen(bounds.size()) : QRectF();
-        return bounds;
+            return CGRectUtils::rectToFillSize(picture, bounds.size());
+        return CGRectUtils::rectToFitSize(picture, bounds.size(), fitMode == kFitModeZoom);
     }
 
-    QSize deviceSizeFor(const SVImage& image) const
+    QSize deviceSizeFor(QSizeF picture) const
     {
-        const QSize size = deviceRect(rectFor(&image), bounds.height(), pixelRatio).size();
-        const bool isHuge = qint64(size.width()) * size.height() > kPreparedLimit;
-        return isHuge ? image.getCGImage().size() : size;
+        const QSizeF size = deviceRect(rectFor(picture), bounds.height(), pixelRatio).size();
+        const double excess = std::sqrt(size.width() * size.height() / kPixelLimit);
+        return (excess > 1 ? size / excess : size).toSize().expandedTo({ 1, 1 });
     }
 };
 
@@ -135,6 +139,7 @@ void SVLayerView::setImage(const std::shared_ptr<SVImage>& image, bool /*forward
         resetLayer(*mPrevious);
     }
     mImage = image;
+    mPreparingSize = {};
     resetLayer(*mCurrent);
     mCurrent->setNeedsDisplay();
     mPrevious->setOpacity(0);
@@ -155,6 +160,7 @@ void SVLayerView::refresh()
             if (!image || !mImage || !(mImage->mURL() == url))
                 return; // What cannot be read any more stays as it was seen last.
             mImage = image;
+            mPreparingSize = {};
             updateFitMode();
         }));
 }
@@ -166,7 +172,7 @@ void SVLayerView::readAhead(const FileURL& url)
 
 QRectF SVLayerView::rectForImage(const SVImage* image) const
 {
-    return placementIn(*this, mDefaults).rectFor(image);
+    return placementIn(*this, mDefaults).rectFor(image ? image->displayedSize() : QSizeF());
 }
 
 QRectF SVLayerView::rectForLayer(const Layer& layer) const
@@ -200,8 +206,7 @@ void SVLayerView::displayLayer(Layer& layer)
     const auto& image = &layer == mCurrent ? mImage : mImageBefore;
     if (!image)
         return;
-    const QImage& prepared = image->preparedImage();
-    layer.setContents(prepared.isNull() ? image->getCGImage() : prepared);
+    layer.setContents(image->getCGImage());
 }
 
 void SVLayerView::swapImageLayers()
@@ -217,31 +222,33 @@ void SVLayerView::resetLayer(Layer& layer)
         layer.setFrame(rectForLayer(layer));
 }
 
+/// Fetches the pixels that the screen needs now, after it has changed. Each size is tried once:
+/// the file may be gone, and what is there is then painted in another size.
 void SVLayerView::prepareCurrentImage()
 {
-    if (!mImage || mIsPreparing)
+    if (!mImage || mImage->mURL().isEmpty())
         return;
-    const QSize size = targetSize()(*mImage);
-    if (mImage->preparedImage().size() == size)
+    const QSize size = targetSize()(mImage->pictureSize());
+    if (mImage->getCGImage().size() == size || mPreparingSize == size)
         return;
-    mIsPreparing = true;
-    auto finished = mLifeGuard.wrap([this, image = mImage](const QImage& prepared) {
-        mIsPreparing = false;
-        image->setPreparedImage(prepared);
-        mCurrent->setNeedsDisplay();
-        update();
-        prepareCurrentImage(); // The size may have changed again meanwhile.
-    });
-    DispatchQueue::global().async([image = mImage, size, finished]() mutable {
-        const QImage prepared = image->scaledImage(size);
-        MainQueue::async([finished, prepared]() mutable { finished(prepared); });
-    });
+    mPreparingSize = size;
+    SVImageCache::instance().requestImageWithURL(mImage->mURL(), targetSize(),
+        mLifeGuard.wrap([this, shown = mImage](const std::shared_ptr<SVImage>& image) {
+            if (mImage != shown)
+                return;
+            if (image)
+                mImage = image;
+            resetLayer(*mCurrent); // The file may hold another picture by now.
+            mCurrent->setNeedsDisplay();
+            update();
+            prepareCurrentImage(); // The size may have changed again meanwhile.
+        }));
 }
 
-std::function<QSize(const SVImage&)> SVLayerView::targetSize() const
+std::function<QSize(QSize)> SVLayerView::targetSize() const
 {
     return [placement = placementIn(*this, mDefaults)](
-               const SVImage& image) { return placement.deviceSizeFor(image); };
+               QSize picture) { return placement.deviceSizeFor(picture); };
 }
 
 } // namespace quorvane

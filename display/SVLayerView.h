@@ -73,7 +73,7 @@ private:
     void resetLayer(Layer& layer);
     void loadFinished(quint64 number, const std::shared_ptr<SVImage>& image);
     void prepareCurrentImage();
-    std::function<QSize(const SVImage&)> targetSize() const;
+    std::function<QSize(QSize)> targetSize() const;
 
     const UserDefaults& mDefaults;
     Clock& mClock;
@@ -87,7 +87,7 @@ private:
     std::shared_ptr<SVImage> mImageBefore; ///< Shown in mPrevious.
 
     bool mImageOK = false;
-    bool mIsPreparing = false; ///< The current picture is being scaled for another size.
+    QSize mPreparingSize; ///< Asked for, for the picture on screen; empty for none.
     std::optional<Load> mLoad;
     quint64 mLoadCount = 0;
     LifeGuard mLifeGuard;

@@ -27,10 +27,19 @@ std::shared_ptr<SVImage> SVImage::imageWithURL(const FileURL& url)
     return image;
 }
 
+std::shared_ptr<SVImage> SVImage::imageWithPixels(const FileURL& url, const DecodeAnswer& answer)
+{
+    auto image = std::make_shared<SVImage>();
+    image->mUrl = url;
+    image->setPixels(answer);
+    return image->mCGImage.isNull() ? nullptr : image;
+}
+
 std::shared_ptr<SVImage> SVImage::imageWithImage(const QImage& image)
 {
     auto result = std::make_shared<SVImage>();
     result->mCGImage = image;
+    result->mPictureSize = image.size();
     return result;
 }
 
@@ -73,11 +82,12 @@ void SVImage::loadFromURL(const FileURL& url)
         return;
     mUrl = url;
     mCGImage = {};
-    mPrepared = {};
+    mPictureSize = { 0, 0 };
     const auto picture = source->createImageAtIndex0();
     if (!picture)
         return;
     mCGImage = picture->pixels.image();
+    mPictureSize = mCGImage.size();
     if (!picture->properties)
         return;
     mTransform = imageTransform(*picture->properties, mCGImage);
@@ -88,7 +98,7 @@ void SVImage::loadFromURL(const FileURL& url)
 void SVImage::refresh()
 {
     mCGImage = {};
-    mPrepared = {};
+    mPictureSize = { 0, 0 };
     loadFromURL(mUrl);
 }
 
@@ -101,6 +111,15 @@ void SVImage::loadImageWithTransform()
     if (upright.isNull())
         return;
     mCGImage = upright;
+    mPictureSize = upright.size();
+    mTransform = AffineTransform::identity();
+    mOrientation = 1;
+}
+
+void SVImage::setPixels(const DecodeAnswer& answer)
+{
+    mCGImage = answer.pixels.image();
+    mPictureSize = answer.pictureSize;
     mTransform = AffineTransform::identity();
     mOrientation = 1;
 }
@@ -113,13 +132,6 @@ QRectF SVImage::rectToFitScreen(QSizeF screen, bool expand) const
 QRectF SVImage::rectToFillScreen(QSizeF screen) const
 {
     return CGRectUtils::rectToFillSize(displayedSize(), screen);
-}
-
-QImage SVImage::scaledImage(QSize size) const
-{
-    if (size == mCGImage.size())
-        return mCGImage;
-    return mCGImage.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
 QImage SVImage::bakedImage(QSize canvasSize) const

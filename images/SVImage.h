@@ -24,6 +24,10 @@ public:
     /// \return nullptr when the file cannot be decoded.
     static std::shared_ptr<SVImage> imageWithURL(const FileURL& url);
 
+    /// A picture that was decoded upright, in the size in which it is to be shown.
+    /// \return nullptr when it has no pixels.
+    static std::shared_ptr<SVImage> imageWithPixels(const FileURL& url, const DecodeAnswer& answer);
+
     /// A picture that comes from no file. Transform and orientation stay all zero.
     static std::shared_ptr<SVImage> imageWithImage(const QImage& image);
 
@@ -59,9 +63,14 @@ public:
     /// Whether upright means that width and height change places. Not after a successful load.
     bool turnedImage() const { return turnsPicture(mOrientation); }
 
-    /// Pixels of getCGImage(), never swapped.
-    int width() const { return mCGImage.width(); }
-    int height() const { return mCGImage.height(); }
+    /// How large the picture is, in its own pixels, never swapped. It may have been decoded with
+    /// fewer, or more: getCGImage() has those that are shown.
+    int width() const { return mPictureSize.width(); }
+    int height() const { return mPictureSize.height(); }
+    QSize pictureSize() const { return mPictureSize; }
+
+    /// The size of the picture as displayed: turned, if that is still to be done.
+    QSizeF displayedSize() const;
 
     /// Placement of the picture as displayed; see CGRectUtils.
     QRectF rectToFitScreen(QSizeF screen, bool expand) const;
@@ -71,16 +80,8 @@ public:
     const FileURL& mURL() const { return mUrl; }
     void setMURL(const FileURL& url) { mUrl = url; }
 
-    /// The pixels scaled beforehand, so that painting them is a plain copy; a null image until some
-    /// were handed in. Thread: main.
-    const QImage& preparedImage() const { return mPrepared; }
-
-    /// Keeps the result of scaledImage() in place of an earlier one. Thread: main.
-    void setPreparedImage(const QImage& image) { mPrepared = image; }
-
-    /// The pixels scaled to `size`, properly filtered; the pixels themselves if that is their size.
-    /// Slow. Thread: any, as long as the picture is not being loaded.
-    QImage scaledImage(QSize size) const;
+    /// The pixels of the same file in another size. Thread: main.
+    void setPixels(const DecodeAnswer& answer);
 
     virtual ~SVImage() = default;
 
@@ -89,13 +90,11 @@ protected:
     virtual QImage bakedImage(QSize canvasSize) const;
 
 private:
-    QSizeF displayedSize() const;
-
     QImage mCGImage;
+    QSize mPictureSize { 0, 0 };
     AffineTransform mTransform;
     int mOrientation = 0;
     FileURL mUrl;
-    QImage mPrepared;
 };
 
 } // namespace quorvane

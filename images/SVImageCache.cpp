@@ -2,10 +2,12 @@
 #include "images/SVImageCache.h"
 
 #include "platform/Assertion.h"
+#include "platform/DispatchQueue.h"
 #include "platform/MainQueue.h"
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 
 namespace quorvane {
 
@@ -16,30 +18,81 @@ constexpr size_t kCapacity = 5;
 
 bool isPreparedFor(const SVImage& image, const SVImageCache::TargetSize& target)
 {
-    return image.preparedImage().size() == target(image);
+    return image.getCGImage().size() == target(image.pictureSize());
+}
+
+DispatchQueue::Priority queuePriority(DecodeRequest::Priority priority)
+{
+    return priority == DecodeRequest::Priority::OnScreen ? DispatchQueue::Priority::Urgent
+                                                         : DispatchQueue::Priority::Ahead;
 }
 
 } // namespace
 
-/// One file being decoded and prepared.
-struct SVImageCache::Job {
-    FileURL url;
-    TargetSize target;
-    Image kept; ///< Set when the picture is kept and only has to be prepared.
+/// One file being opened and decoded. Owned by mJobs and by whoever works on it.
+struct SVImageCache::Job : std::enable_shared_from_this<Job> {
+    using Finish = std::function<void(Result<DecodeAnswer>)>;
 
-    std::atomic<bool> taken = false; ///< By the thread that does it, or by whoever cancelled it.
-    Image image; ///< Result; nullptr when the file cannot be decoded.
-    QImage prepared; ///< Result.
+    FileURL url;
+    std::atomic<DecodeRequest::Priority> priority;
+
+    std::atomic<bool> hasBegun = false;
+    std::atomic<bool> isCancelled = false;
+    std::atomic<DecodeTicket> ticket = 0; ///< Once it is in the decoder's hands.
 
     std::vector<Completion> waiting; ///< Main thread.
     bool isStale = false; ///< Main thread: the file changed meanwhile.
 
-    void run()
+    /// On the global queue: opening may take its time. \param finish  called on any thread.
+    void begin(Finish finish)
     {
-        image = kept ? kept : SVImage::imageWithURL(url);
-        if (image)
-            prepared = image->scaledImage(target(*image));
+        if (isCancelled || hasBegun.exchange(true))
+            return;
+        const auto source = ImageSource::createWithURL(url);
+        if (!source) {
+            finish(fail(ErrorKind::NotReadable, {}));
+            return;
+        }
+        ticket = source->requestImageAtIndex0(
+            [job = shared_from_this()](QSize picture) { return job->sizeFor(picture); }, priority,
+            std::move(finish));
+        // What happened before there was a ticket.
+        setDecodingPriority(ticket, priority);
+        if (isCancelled)
+            cancelDecoding(ticket);
     }
+
+    void cancel()
+    {
+        isCancelled = true;
+        cancelDecoding(ticket);
+    }
+
+    void setPriority(DecodeRequest::Priority wanted)
+    {
+        priority = wanted;
+        setDecodingPriority(ticket, wanted);
+    }
+
+    /// The last one counts: it knows the screen as it is now.
+    void setTarget(TargetSize target)
+    {
+        const std::lock_guard lock(mMutex);
+        mTarget = std::move(target);
+    }
+
+    QSize sizeFor(QSize picture) const
+    {
+        const auto target = [this] {
+            const std::lock_guard lock(mMutex);
+            return mTarget;
+        }();
+        return target(picture);
+    }
+
+private:
+    mutable std::mutex mMutex; // Guards the target.
+    TargetSize mTarget;
 };
 
 SVImageCache& SVImageCache::instance()
@@ -77,8 +130,8 @@ void SVImageCache::requestImageWithURL(
         done(found);
         return;
     }
-    dropReadAhead();
-    startJob(url, target, DispatchQueue::Priority::Urgent);
+    dropReadAhead(url);
+    startJob(url, target, DecodeRequest::Priority::OnScreen);
     mJobs.at(url)->waiting.push_back(std::move(done));
 }
 
@@ -87,7 +140,7 @@ void SVImageCache::readAhead(const FileURL& url, const TargetSize& target)
     const Image found = findImageWithURL(url);
     if (found && isPreparedFor(*found, target))
         return;
-    startJob(url, target, DispatchQueue::Priority::Ahead);
+    startJob(url, target, DecodeRequest::Priority::Next);
 }
 
 void SVImageCache::abandonRequest(const FileURL& url)
@@ -95,15 +148,14 @@ void SVImageCache::abandonRequest(const FileURL& url)
     const auto entry = mJobs.find(url);
     if (entry == mJobs.end())
         return;
-    entry->second->waiting.clear();
-    if (!entry->second->taken.exchange(true))
-        mJobs.erase(entry);
+    entry->second->cancel();
+    mJobs.erase(entry);
 }
 
 void SVImageCache::cancelRequests()
 {
     for (auto& [url, job] : mJobs)
-        job->taken = true;
+        job->cancel();
     mJobs.clear();
 }
 
@@ -128,55 +180,82 @@ SVImageCache::Image SVImageCache::findImageWithURL(const FileURL& url)
 }
 
 void SVImageCache::startJob(
-    const FileURL& url, const TargetSize& target, DispatchQueue::Priority priority)
+    const FileURL& url, const TargetSize& target, DecodeRequest::Priority priority)
 {
-    std::vector<Completion> waiting;
-    if (const auto entry = mJobs.find(url); entry != mJobs.end()) {
-        Job& underWay = *entry->second;
-        if (!underWay.isStale)
-            return;
-        // It reads the file as it was: whoever waits for it gets the file as it is now.
-        underWay.taken = true;
-        waiting.swap(underWay.waiting);
-    }
     auto job = std::make_shared<Job>();
     job->url = url;
-    job->target = target;
-    job->kept = findImageWithURL(url);
-    job->waiting = std::move(waiting);
+    job->priority = priority;
+    job->setTarget(target);
+    if (const auto entry = mJobs.find(url); entry != mJobs.end()) {
+        Job& underWay = *entry->second;
+        if (!underWay.isStale) {
+            join(entry->second, target, priority);
+            return;
+        }
+        // It reads the file as it was: whoever waits for it gets the file as it is now.
+        underWay.cancel();
+        if (!underWay.waiting.empty())
+            job->priority = std::min<DecodeRequest::Priority>(priority, underWay.priority);
+        job->waiting.swap(underWay.waiting);
+    }
     mJobs.insert_or_assign(url, job);
-    DispatchQueue::global().async(
-        [job, finish = mLifeGuard.wrap([this](const std::shared_ptr<Job>& done) {
-            finishJob(done);
-        })]() mutable {
-            if (job->taken.exchange(true))
-                return;
-            job->run();
-            MainQueue::async([job, finish]() mutable { finish(job); });
-        },
-        priority);
+    enqueue(job);
 }
 
-void SVImageCache::finishJob(const std::shared_ptr<Job>& job)
+void SVImageCache::join(
+    const std::shared_ptr<Job>& job, const TargetSize& target, DecodeRequest::Priority priority)
+{
+    job->setTarget(target);
+    if (priority >= job->priority)
+        return;
+    job->setPriority(priority);
+    enqueue(job); // It may still wait to be opened, behind all that is urgent.
+}
+
+void SVImageCache::enqueue(const std::shared_ptr<Job>& job)
+{
+    auto finish = mLifeGuard.wrap(
+        [this, job](const Result<DecodeAnswer>& answer) { finishJob(job, answer); });
+    auto finishOnMain = [finish](Result<DecodeAnswer> answer) {
+        MainQueue::async([finish, answer = std::move(answer)]() mutable { finish(answer); });
+    };
+    DispatchQueue::global().async(
+        [job, finishOnMain] { job->begin(finishOnMain); }, queuePriority(job->priority));
+}
+
+void SVImageCache::finishJob(const std::shared_ptr<Job>& job, const Result<DecodeAnswer>& answer)
 {
     const auto entry = mJobs.find(job->url);
     if (entry == mJobs.end() || entry->second != job)
         return; // Cancelled meanwhile.
-    mJobs.erase(entry);
-    if (job->image) {
-        job->image->setPreparedImage(job->prepared);
-        if (!job->isStale && !findImageWithURL(job->url))
-            addImage(job->image);
+    Image image = job->isStale ? nullptr : findImageWithURL(job->url);
+    if (image && answer) {
+        image->setPixels(*answer);
+    } else if (answer) {
+        image = SVImage::imageWithPixels(job->url, *answer);
+        if (image && !job->isStale)
+            addImage(image);
     }
+    const bool isOutgrown = answer && !job->isStale && !job->waiting.empty()
+        && answer->pixels.size() != job->sizeFor(answer->pictureSize);
+    if (isOutgrown) { // Somebody came for another size once it was opened.
+        job->hasBegun = false;
+        enqueue(job);
+        return;
+    }
+    mJobs.erase(entry);
     for (const Completion& done : job->waiting)
-        done(job->image);
+        done(image);
 }
 
-void SVImageCache::dropReadAhead()
+void SVImageCache::dropReadAhead(const FileURL& wanted)
 {
-    std::erase_if(mJobs, [](const auto& entry) {
-        const auto& job = entry.second;
-        return job->waiting.empty() && !job->taken.exchange(true);
+    std::erase_if(mJobs, [&](const auto& entry) {
+        const auto& [url, job] = entry;
+        const bool isInTheWay = job->waiting.empty() && !(url == wanted);
+        if (isInTheWay)
+            job->cancel();
+        return isInTheWay;
     });
 }
 

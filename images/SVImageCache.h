@@ -3,7 +3,6 @@
 #pragma once
 
 #include "images/SVImage.h"
-#include "platform/DispatchQueue.h"
 #include "platform/LifeGuard.h"
 
 #include <functional>
@@ -16,7 +15,8 @@ namespace quorvane {
 /// Keeps at most five decoded pictures, the most recently used first, found by their URL. A file
 /// that cannot be decoded is never kept: each request tries again.
 ///
-/// There is one, shared. Thread: main; decoding for the requests runs on the global queue.
+/// There is one, shared. Thread: main; files are opened on the global queue and decoded by the
+/// decoder.
 class SVImageCache {
 public:
     using Image = std::shared_ptr<SVImage>;
@@ -24,8 +24,8 @@ public:
     /// Called on the main thread; the picture is nullptr when the file cannot be decoded.
     using Completion = std::function<void(const Image&)>;
 
-    /// The device pixels at which a picture will be shown; called on any thread.
-    using TargetSize = std::function<QSize(const SVImage&)>;
+    /// The device pixels at which a picture of the given size will be shown; called on any thread.
+    using TargetSize = std::function<QSize(QSize)>;
 
     SVImageCache() = default;
 
@@ -43,18 +43,19 @@ public:
     /// Forgets everything, and what is still being decoded.
     static void purge();
 
-    /// Asks for a picture without waiting. `done` is called before this returns if the picture is
-    /// kept and prepared for its target size already; else later, once it is decoded and prepared.
-    /// Several requests for one file are answered by one decoding.
+    /// Asks for a picture without waiting, in the pixels that the screen needs. `done` is called
+    /// before this returns if it is kept in its target size already; else later, once it is
+    /// decoded. A kept picture whose file cannot be decoded again keeps the pixels that it has.
+    /// Several requests for one file are answered together, in the size that the last one wants.
     void requestImageWithURL(const FileURL& url, const TargetSize& target, Completion done);
 
-    /// Decodes and prepares ahead of need, when no request is waiting for a processor.
+    /// Decodes ahead of need, when no request is waiting for a decoder.
     void readAhead(const FileURL& url, const TargetSize& target);
 
-    /// Calls nobody who waits for the file, and does not decode it if that has not begun.
+    /// Calls nobody who waits for the file, and stops decoding it.
     void abandonRequest(const FileURL& url);
 
-    /// Lets go of everything asked for but not begun, and calls nobody any more.
+    /// Lets go of everything asked for, and calls nobody any more.
     void cancelRequests();
 
     /// Puts a picture in front, in place of the last one if there are five.
@@ -71,9 +72,12 @@ public:
 private:
     struct Job;
 
-    void startJob(const FileURL& url, const TargetSize& target, DispatchQueue::Priority priority);
-    void finishJob(const std::shared_ptr<Job>& job);
-    void dropReadAhead();
+    void startJob(const FileURL& url, const TargetSize& target, DecodeRequest::Priority priority);
+    void join(const std::shared_ptr<Job>& job, const TargetSize& target,
+        DecodeRequest::Priority priority);
+    void enqueue(const std::shared_ptr<Job>& job);
+    void finishJob(const std::shared_ptr<Job>& job, const Result<DecodeAnswer>& answer);
+    void dropReadAhead(const FileURL& wanted);
     void forget(const FileURL& url);
 
     std::vector<Image> mCache;

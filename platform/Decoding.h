@@ -2,38 +2,79 @@
 // The line between the viewer and the codecs: a descriptor goes in, pixels come out.
 #pragma once
 
-#include "platform/FileDescriptor.h"
 #include "platform/PixelBuffer.h"
 #include "platform/Result.h"
 
-#include <optional>
+#include <QSize>
+
+#include <cstdint>
+#include <functional>
 
 namespace quorvane {
 
-/// What is wanted of a file. Plain values: it could be sent to another program.
+class FileDescriptor;
+
+/// What is wanted of a file.
 struct DecodeRequest {
-    enum class What {
-        Picture, ///< The first picture, as stored: its orientation is told, not applied.
-        EmbeddedThumbnail, ///< The small picture in the file's EXIF data, likewise as stored.
+    enum class What : std::uint32_t {
+        Picture, ///< The first picture.
+        StoredPicture, ///< The same, not turned: how to turn it is told.
+        SmallPicture, ///< The small picture that the file carries, if it does; else the picture.
+        MovieFrame, ///< The frame at half the movie's duration.
     };
     What what = What::Picture;
 
-    /// The picture may come smaller, but not with less than this number of pixels on its longer
-    /// side; 0 for all its pixels.
-    int longerSideAtLeast = 0;
+    /// Says, when the size of the picture is known, in which size it is wanted, enlarged or
+    /// reduced. Called on any thread, and must not wait for anything. Empty: all its pixels.
+    std::function<QSize(QSize)> sizeFor {};
+
+    /// Who is served first.
+    enum class Priority {
+        OnScreen, ///< The audience waits for it.
+        Next, ///< The slide after this one.
+        Thumbnail,
+    };
+    Priority priority = Priority::OnScreen;
 };
 
-/// What came of it.
+/// What came of it: pixels in sRGB, upright unless they were wanted as stored.
 struct DecodeAnswer {
     PixelBuffer pixels;
-    std::optional<int> orientation; ///< The file's EXIF orientation, whatever number stands there.
+    QSize pictureSize; ///< How large the picture is, in its own pixels.
+    int orientation = 1; ///< 1 to 8, EXIF's numbers: how to turn the pixels upright.
 };
 
-/// Decodes the first picture of `file`. What lies in the file decides how, never its name.
-/// \return Unsupported for what is no picture, Damaged for one that cannot be decoded or ends too
-///         soon (half a BMP or GIF, or half a JPEG in four inks, may still be shown: Qt's readers
-///         do not tell), TooLarge for one that needs more memory than a picture may have.
-/// Thread: any, several at once.
-Result<DecodeAnswer> decode(const FileDescriptor& file, const DecodeRequest& request);
+/// A request under way.
+using DecodeTicket = std::uint64_t;
+
+/// Called once, on any thread; must not wait for anything.
+using DecodeDone = std::function<void(Result<DecodeAnswer>)>;
+
+/// Has a file decoded by another program, since nobody knows who made it. Returns at once. What
+/// lies in the file decides how it is decoded, never its name. A decoder that breaks on the file,
+/// or is silent for ten seconds, is replaced, and the file tried once more. \param file  has to be
+/// a regular file; a copy of the descriptor is kept. \param done  gets Unsupported for what is no
+/// picture; Damaged for one that ends too soon, cannot be decoded or twice broke its decoder;
+/// TooLarge. Thread: any.
+DecodeTicket decodeAsync(const FileDescriptor& file, DecodeRequest request, DecodeDone done);
+
+/// `done` will not be called, unless it is being called already. Thread: any.
+void cancelDecoding(DecodeTicket ticket);
+
+/// Somebody else waits for it now. Thread: any.
+void setDecodingPriority(DecodeTicket ticket, DecodeRequest::Priority priority);
+
+/// The same for who can wait. Thread: any but the main thread of the viewer.
+Result<DecodeAnswer> decode(const FileDescriptor& file, DecodeRequest request);
+
+/// Waits until every request has been answered or cancelled. Thread: any but those that `done` is
+/// called on. For tests.
+void drainDecoding();
+
+/// While suspended, no request is begun; those under way go on. For tests.
+void suspendDecoding(bool isSuspended);
+
+/// Starts the decoders, so that the first picture need not wait for them. Thread: any.
+void warmUpDecoders();
 
 } // namespace quorvane

@@ -1,26 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/ImageSource.h"
 
-#include "platform/Orientation.h"
-
 #include <algorithm>
 
 namespace quorvane {
 
 namespace {
 
-/// `image` shrunk until its longer side is no longer than `bound`; never enlarged.
-QImage boundedImage(const QImage& image, int bound)
+/// `size` shrunk until its longer side is no longer than `bound`; never enlarged, and neither side
+/// vanishes.
+QSize boundedSize(QSize size, int bound)
 {
-    if (std::max(image.width(), image.height()) <= bound)
-        return image;
-    return image.scaled(bound, bound, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-}
-
-/// The orientation to turn by: what no camera writes counts as upright.
-int usableOrientation(std::optional<int> orientation)
-{
-    return orientation && *orientation >= 1 && *orientation <= 8 ? *orientation : 1;
+    if (std::max(size.width(), size.height()) <= bound)
+        return size;
+    return size.scaled(bound, bound, Qt::KeepAspectRatio).expandedTo({ 1, 1 });
 }
 
 } // namespace
@@ -40,26 +33,29 @@ std::optional<ImageSource> ImageSource::createWithURL(const FileURL& url)
 
 std::optional<ImageSource::Picture> ImageSource::createImageAtIndex0() const
 {
-    auto answer = decode(mFile, { DecodeRequest::What::Picture, 0 });
+    auto answer = decode(mFile, { DecodeRequest::What::StoredPicture, {} });
     if (!answer)
         return {};
-    Picture picture { std::move(answer->pixels), {} };
-    if (answer->orientation)
-        picture.properties = ImageProperties { *answer->orientation };
-    return picture;
+    return Picture { std::move(answer->pixels), ImageProperties { answer->orientation } };
 }
 
 std::optional<QImage> ImageSource::createThumbnailAtIndex0(const ThumbnailOptions& options) const
 {
-    Result<DecodeAnswer> answer = fail(ErrorKind::NotFound, {});
-    if (options.from == ThumbnailOptions::From::ImageIfAbsent)
-        answer = decode(mFile, { DecodeRequest::What::EmbeddedThumbnail, 0 });
-    if (!answer)
-        answer = decode(mFile, { DecodeRequest::What::Picture, options.maxPixelSize });
+    const bool takesEmbedded = options.from == ThumbnailOptions::From::ImageIfAbsent;
+    const auto answer = decode(mFile,
+        { takesEmbedded ? DecodeRequest::What::SmallPicture : DecodeRequest::What::Picture,
+            [bound = options.maxPixelSize](QSize size) { return boundedSize(size, bound); },
+            DecodeRequest::Priority::Thumbnail });
     if (!answer)
         return {};
-    const QImage small = boundedImage(answer->pixels.image(), options.maxPixelSize);
-    return uprightImage(small, usableOrientation(answer->orientation));
+    return answer->pixels.image().copy(); // Of its own memory: thumbnails are kept by the thousand.
+}
+
+DecodeTicket ImageSource::requestImageAtIndex0(std::function<QSize(QSize)> sizeFor,
+    DecodeRequest::Priority priority, DecodeDone done) const
+{
+    return decodeAsync(
+        mFile, { DecodeRequest::What::Picture, std::move(sizeFor), priority }, std::move(done));
 }
 
 } // namespace quorvane

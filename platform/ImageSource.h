@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/Decoding.h"
+#include "platform/FileDescriptor.h"
 #include "platform/FileURL.h"
 
 #include <optional>
@@ -32,15 +33,21 @@ public:
     /// \return nothing when the file cannot be opened; why is of no interest to a show.
     static std::optional<ImageSource> createWithURL(const FileURL& url);
 
-    /// The first picture of the file as stored, and what the file says about it.
+    /// The first picture of the file as stored, and what the file says about it. Waits for the
+    /// decoder.
     struct Picture {
         PixelBuffer pixels;
         std::optional<ImageProperties> properties;
     };
     std::optional<Picture> createImageAtIndex0() const;
 
-    /// A small picture, upright.
+    /// A small picture, upright. Waits for the decoder.
     std::optional<QImage> createThumbnailAtIndex0(const ThumbnailOptions& options) const;
+
+    /// The first picture of the file, upright, without waiting; see decodeAsync().
+    /// \param sizeFor  see DecodeRequest.
+    DecodeTicket requestImageAtIndex0(std::function<QSize(QSize)> sizeFor,
+        DecodeRequest::Priority priority, DecodeDone done) const;
 
 private:
     explicit ImageSource(FileDescriptor file);

@@ -78,13 +78,12 @@ AffineTransform orientationTransform(int orientation, int width, int height)
     return table.at(static_cast<size_t>(orientation - 1));
 }
 
-QImage transformedImage(const QImage& image, const AffineTransform& transform, QSize canvasSize)
+bool transformInto(QImage& canvas, const QImage& image, const AffineTransform& transform)
 {
     const QImage source = flattened(image);
-    QImage canvas(canvasSize, QImage::Format_RGB32);
     if (source.isNull() || canvas.isNull())
-        return {};
-    const Route route(transform, source.size(), canvasSize);
+        return false;
+    const Route route(transform, source.size(), canvas.size());
     auto* const pixels = reinterpret_cast<quint32*>(canvas.bits());
     for (int top = 0; top < source.height(); top += kTile) {
         for (int left = 0; left < source.width(); left += kTile) {
@@ -92,6 +91,14 @@ QImage transformedImage(const QImage& image, const AffineTransform& transform, Q
             copyTile(source, tile.intersected(source.rect()), route, pixels);
         }
     }
+    return true;
+}
+
+QImage transformedImage(const QImage& image, const AffineTransform& transform, QSize canvasSize)
+{
+    QImage canvas(canvasSize, QImage::Format_RGB32);
+    if (!transformInto(canvas, image, transform))
+        return {};
     return canvas;
 }
 

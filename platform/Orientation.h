@@ -31,6 +31,11 @@ AffineTransform orientationTransform(int orientation, int width, int height);
 /// Whether upright means another shape: width and height change places (orientation 5 to 8).
 constexpr bool turnsPicture(int orientation) { return orientation > 4; }
 
+/// Moves `image` pixel by pixel through `transform`, one of orientationTransform(), onto `canvas`,
+/// which is RGB32, of the right size and without gaps between its rows. What was transparent is
+/// black. \return false when there is no memory.
+bool transformInto(QImage& canvas, const QImage& image, const AffineTransform& transform);
+
 /// `image` moved pixel by pixel through `transform`, one of orientationTransform(), onto a canvas
 /// of `canvasSize`. The canvas has no transparency: what was transparent is black. \return a null
 /// image when there is no memory for the canvas.

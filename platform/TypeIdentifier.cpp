@@ -8,7 +8,6 @@
 #include "platform/TypeTable.h"
 
 #include <QHash>
-#include <QImageReader>
 #include <QMimeDatabase>
 #include <QSet>
 
@@ -135,19 +134,18 @@ QString identifierOfContents(const QByteArray& path)
     return identifierOf(row);
 }
 
-/// What Qt's image plugins open, in lower case: extensions and MIME types.
-struct QtImageReaders {
-    QList<QByteArray> extensions = QImageReader::supportedImageFormats();
-    QList<QByteArray> mimeTypes = QImageReader::supportedMimeTypes();
+/// Types of the table that no library of the decoder reads: textures of games, drawings of an old
+/// system, pictures that are coded as a movie of an uncommon kind.
+constexpr std::array kUnreadTypes { "public.avci", "public.avcs", "public.pvr", "org.khronos.ktx",
+    "org.khronos.ktx2", "org.khronos.astc", "com.apple.atx", "com.apple.pict",
+    "com.dxo.raw-image" };
 
-    bool open(const TypeRow& row) const
-    {
-        return std::any_of(row.extensions.cbegin(), row.extensions.cend(),
-                   [this](const QByteArray& extension) { return extensions.contains(extension); })
-            || std::any_of(row.mimeTypes.cbegin(), row.mimeTypes.cend(),
-                [this](const QString& type) { return mimeTypes.contains(type.toLatin1()); });
-    }
-};
+bool isRead(const TypeRow& row)
+{
+    return row.kind == TypeKind::Image
+        && std::none_of(kUnreadTypes.begin(), kUnreadTypes.end(),
+            [&](const char* type) { return row.identifier == QLatin1String(type); });
+}
 
 } // namespace
 
@@ -180,11 +178,8 @@ const DisplayableTypes& displayableTypes()
 {
     if (const DisplayableTypes* const types = gTypesForTesting.load(std::memory_order_acquire))
         return *types;
-    // No movie decoder is part of this version.
-    static const DisplayableTypes real
-        = typesThat([readers = QtImageReaders()](const TypeRow& row) {
-              return row.kind == TypeKind::Image && readers.open(row);
-          });
+    // This version plays no movies.
+    static const DisplayableTypes real = typesThat(isRead);
     return real;
 }
 

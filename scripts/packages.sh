@@ -7,9 +7,12 @@ set -euo pipefail
 declare -A packages=(
     # To configure and compile.
     [build]='g++ cmake ninja-build pkg-config ccache qt6-base-dev libqt6opengl6-dev qt6-svg-dev
-        libgl-dev libexif-dev libturbojpeg0-dev libexpected-dev'
+        libgl-dev libexpected-dev libseccomp-dev
+        libturbojpeg0-dev libexif-dev liblcms2-dev libpng-dev libwebp-dev libheif-dev libjxl-dev
+        librsvg2-dev libopenexr-dev libstb-dev libtiff-dev libopenjp2-7-dev libraw-dev libicns-dev
+        libavformat-dev libavcodec-dev libavutil-dev libswscale-dev'
     # What the viewer loads only when it runs.
-    [run]='qt6-image-formats-plugins qt6-qpa-plugins qt6-wayland libqt6svg6 shared-mime-info'
+    [run]='qt6-qpa-plugins qt6-wayland libqt6svg6 shared-mime-info'
     # To test.
     [test]='libgtest-dev libgmock-dev xvfb openbox x11-utils dbus libx11-dev libxtst-dev
         fonts-dejavu-core'

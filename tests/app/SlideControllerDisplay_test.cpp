@@ -94,7 +94,7 @@ TEST_F(RealDisplay, GivesUpOnAFileThatDoesNotAnswer)
         MainQueue::drain();
         ASSERT_NE(controller->mScreenWindow(), nullptr);
 
-        clock.advance(seconds(10));
+        clock.advance(seconds(25));
     }
     settle();
 

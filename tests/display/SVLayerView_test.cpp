@@ -6,6 +6,7 @@
 #include "settings/SettingsCatalogue.h"
 #include "support/BusyPool.h"
 #include "support/GeometryMatchers.h"
+#include "support/HeldDecoder.h"
 #include "support/ManualClock.h"
 #include "support/PictureFiles.h"
 
@@ -368,6 +369,7 @@ TEST_F(SVLayerViewTest, KeepsThePictureOnScreenUntilTheNextIsReady)
         EXPECT_TRUE(view.ImageOK());
         EXPECT_EQ(centre(), kRed);
     }
+    drainDecoding();
     EXPECT_EQ(centre(), kRed); // Decoded, and on its way.
     settle();
 
@@ -391,11 +393,30 @@ TEST_F(SVLayerViewTest, NeverAnswersARequestThatIsOvertaken)
     EXPECT_EQ(SVImageCache::instance().images().size(), 1U); // The first was not even decoded.
 }
 
+TEST_F(SVLayerViewTest, NeverAnswersARequestThatIsOvertakenInTheDecodersHands)
+{
+    const FileURL second = files.write("b.png", kGreen);
+    {
+        const HeldDecoder held;
+        view.setImageWithURL(files.write("a.png", kRed), true);
+        DispatchQueue::global().drain();
+
+        view.setImageWithURL(second, true);
+        DispatchQueue::global().drain();
+    }
+    settle();
+
+    EXPECT_EQ(delegate.answers, (Answers { { second, true } }));
+    EXPECT_EQ(view.mPreviousImage(), nullptr);
+    EXPECT_EQ(SVImageCache::instance().images().size(), 1U);
+}
+
 TEST_F(SVLayerViewTest, NeverAnswersARequestThatIsOvertakenWhenItIsDone)
 {
     const FileURL second = files.write("b.png", kGreen);
     view.setImageWithURL(files.write("a.png", kRed), true);
-    DispatchQueue::global().drain(); // Its answer is on the way.
+    DispatchQueue::global().drain();
+    drainDecoding(); // Its answer is on the way.
 
     view.setImageWithURL(second, true);
     settle();
@@ -433,7 +454,7 @@ TEST_F(SVLayerViewTest, AnswersTheFirstRequestThatIsAskedForAgain)
     EXPECT_EQ(centre(), kRed);
 }
 
-TEST_F(SVLayerViewTest, GivesUpAFileAfterTenSeconds)
+TEST_F(SVLayerViewTest, GivesUpAFileAfterTwentyFiveSeconds)
 {
     const FileURL url = files.write("b.png", kGreen);
     show(files.write("a.png", kRed));
@@ -442,7 +463,7 @@ TEST_F(SVLayerViewTest, GivesUpAFileAfterTenSeconds)
         const BusyPool pool;
         view.setImageWithURL(url, true);
 
-        clock.advance(10s - 1ns);
+        clock.advance(25s - 1ns);
         EXPECT_TRUE(view.isLoading());
         EXPECT_TRUE(delegate.answers.empty());
         clock.advance(1ns);
@@ -466,7 +487,7 @@ TEST_F(SVLayerViewTest, TakesNoPictureThatCameTooLateForTheNext)
     {
         const BusyPool pool;
         view.setImageWithURL(late, true);
-        clock.advance(10s);
+        clock.advance(25s);
 
         view.setImageWithURL(next, true);
         DispatchQueue::global().async([end] { end.halt(); });
@@ -487,7 +508,7 @@ TEST_F(SVLayerViewTest, ShowsAtOnceWhatCameTooLate)
     {
         const BusyPool pool;
         view.setImageWithURL(url, true);
-        clock.advance(10s);
+        clock.advance(25s);
     }
     settle();
 
@@ -497,16 +518,16 @@ TEST_F(SVLayerViewTest, ShowsAtOnceWhatCameTooLate)
     EXPECT_EQ(centre(), kRed);
 }
 
-TEST_F(SVLayerViewTest, GivesEachRequestTenSeconds)
+TEST_F(SVLayerViewTest, GivesEachRequestTwentyFiveSeconds)
 {
     const FileURL second = files.write("b.png", kGreen);
     {
         const BusyPool pool;
         view.setImageWithURL(files.write("a.png", kRed), true);
-        clock.advance(9s);
+        clock.advance(24s);
         view.setImageWithURL(second, true);
 
-        clock.advance(10s - 1ns);
+        clock.advance(25s - 1ns);
         EXPECT_TRUE(delegate.answers.empty());
         clock.advance(1ns);
 
@@ -577,7 +598,7 @@ TEST_F(SVLayerViewTest, CutsToAPictureAfterItWasCleared)
 
 TEST_F(SVLayerViewTest, FitsThePictureAnewWhenTheModeChanged)
 {
-    view.setImage(picture(kRed), true);
+    show(files.write("a.png", kRed));
     setFitMode(kFitModeFill);
     EXPECT_TRUE(isExactly(view.mCurrentLayer().frame(), { 80, 35, 40, 30 }));
 
@@ -586,9 +607,22 @@ TEST_F(SVLayerViewTest, FitsThePictureAnewWhenTheModeChanged)
     EXPECT_TRUE(isExactly(view.mCurrentLayer().frame(), { 0, -25, 200, 150 }));
     EXPECT_EQ(screen(), solid(kRed, { 200, 100 })); // Stretched for the time being.
     settle();
-    EXPECT_EQ(view.mCurrentImage()->preparedImage().size(), QSize(200, 150));
+    EXPECT_EQ(view.mCurrentImage()->getCGImage().size(), QSize(200, 150));
     EXPECT_EQ(screen(), solid(kRed, { 200, 100 }));
     EXPECT_EQ(view.mCurrentLayer().contents().size(), QSize(200, 150));
+}
+
+TEST_F(SVLayerViewTest, StretchesAPictureThatComesFromNoFile)
+{
+    view.setImage(picture(kRed), true);
+    setFitMode(kFitModeFill);
+
+    view.updateFitMode();
+    settle();
+
+    EXPECT_TRUE(isExactly(view.mCurrentLayer().frame(), { 0, -25, 200, 150 }));
+    EXPECT_EQ(screen(), solid(kRed, { 200, 100 }));
+    EXPECT_EQ(view.mCurrentLayer().contents().size(), QSize(40, 30));
 }
 
 TEST_F(SVLayerViewTest, FitsNothingWithoutAPicture)
@@ -606,28 +640,48 @@ TEST_F(SVLayerViewTest, ShowsAFileInTheDevicePixelsThatItCovers)
 {
     show(files.write("a.png", kRed, { 800, 200 }));
 
-    EXPECT_EQ(view.mCurrentImage()->getCGImage().size(), QSize(800, 200));
-    EXPECT_EQ(view.mCurrentImage()->preparedImage().size(), QSize(200, 50));
+    EXPECT_EQ(view.mCurrentImage()->getCGImage().size(), QSize(200, 50));
+    EXPECT_EQ(view.mCurrentImage()->pictureSize(), QSize(800, 200));
+    EXPECT_TRUE(isExactly(view.mCurrentLayer().frame(), { 0, 25, 200, 50 }));
     screen();
     EXPECT_EQ(view.mCurrentLayer().contents().size(), QSize(200, 50));
 }
 
-TEST_F(SVLayerViewTest, PreparesAPictureThatItIsGiven)
+TEST_F(SVLayerViewTest, DecodesAPictureThatItIsGivenInTheDevicePixelsThatItCovers)
 {
-    view.setImage(picture(kRed, { 800, 200 }), true);
+    const auto image = SVImageCache::imageWithURL(files.write("a.png", kRed, { 800, 200 }));
+
+    view.setImage(image, true);
     screen();
     EXPECT_EQ(view.mCurrentLayer().contents().size(), QSize(800, 200));
-
     settle();
     screen();
 
+    EXPECT_EQ(view.mCurrentImage(), image);
     EXPECT_EQ(view.mCurrentLayer().contents().size(), QSize(200, 50));
+    EXPECT_TRUE(delegate.answers.empty());
 }
 
-TEST_F(SVLayerViewTest, PreparesThePictureForANewSize)
+TEST_F(SVLayerViewTest, AsksForNoPictureThatComesFromNoFile)
+{
+    const auto image = picture(kRed, { 800, 200 });
+    SVImageCache::instance().addImage(picture(kGreen, { 200, 50 })); // Would be the answer.
+
+    view.setImage(image, true);
+    view.resize(200, 50);
+    screen();
+    settle();
+
+    EXPECT_EQ(view.mCurrentImage(), image);
+    EXPECT_EQ(image->getCGImage().size(), QSize(800, 200));
+    EXPECT_EQ(screen(), solid(kRed, { 200, 50 }));
+}
+
+TEST_F(SVLayerViewTest, DecodesThePictureAgainForANewSize)
 {
     show(files.write("a.png", kRed, { 800, 400 }));
     screen();
+    const auto image = view.mCurrentImage();
 
     view.resize(400, 300);
     const QImage stretched = screen();
@@ -636,16 +690,17 @@ TEST_F(SVLayerViewTest, PreparesThePictureForANewSize)
     settle();
     const QImage sharp = screen();
 
+    EXPECT_EQ(view.mCurrentImage(), image);
     EXPECT_EQ(view.mCurrentLayer().contents().size(), QSize(400, 200));
-    for (const QImage& image : { stretched, sharp }) {
-        EXPECT_EQ(image.pixel(200, 49), kBlack);
-        EXPECT_EQ(image.pixel(200, 51), kRed);
-        EXPECT_EQ(image.pixel(200, 248), kRed);
-        EXPECT_EQ(image.pixel(200, 250), kBlack);
+    for (const QImage& painted : { stretched, sharp }) {
+        EXPECT_EQ(painted.pixel(200, 49), kBlack);
+        EXPECT_EQ(painted.pixel(200, 51), kRed);
+        EXPECT_EQ(painted.pixel(200, 248), kRed);
+        EXPECT_EQ(painted.pixel(200, 250), kBlack);
     }
 }
 
-TEST_F(SVLayerViewTest, PreparesOnlyForTheLastOfSeveralSizes)
+TEST_F(SVLayerViewTest, DecodesForTheLastOfSeveralSizes)
 {
     show(files.write("a.png", kRed, { 800, 400 }));
     {
@@ -657,24 +712,130 @@ TEST_F(SVLayerViewTest, PreparesOnlyForTheLastOfSeveralSizes)
     }
     settle();
 
-    EXPECT_EQ(view.mCurrentImage()->preparedImage().size(), QSize(500, 250));
+    EXPECT_EQ(view.mCurrentImage()->getCGImage().size(), QSize(500, 250));
 }
 
-TEST_F(SVLayerViewTest, PreparesThePictureThatCameWhileAnotherWasPrepared)
+TEST_F(SVLayerViewTest, DecodesForASizeThatItGotWhileItWasDecodedForAnother)
 {
+    show(files.write("a.png", kRed, { 800, 400 }));
+    {
+        const HeldDecoder held;
+        view.resize(300, 300);
+        screen();
+        DispatchQueue::global().drain();
+        held.release();
+        drainDecoding(); // The pixels for the first size are on their way.
+
+        view.resize(400, 300);
+        screen();
+    }
+    settle();
+    screen();
+
+    EXPECT_EQ(view.mCurrentLayer().contents().size(), QSize(400, 200));
+}
+
+TEST_F(SVLayerViewTest, AsksForEachSizeOnceWhenTheFileIsGone)
+{
+    show(files.write("a.png", kRed, { 800, 400 }));
+    files.remove("a.png");
+    view.resize(400, 300);
+    EXPECT_EQ(centre(), kRed);
+    settle();
+
+    files.write("a.png", kGreen, { 800, 400 }); // Whoever asks now is told.
+    settle();
+    view.updateFitMode();
+    settle();
+
+    EXPECT_EQ(centre(), kRed);
+    EXPECT_EQ(view.mCurrentLayer().contents().size(), QSize(200, 100));
+    EXPECT_TRUE(isExactly(view.mCurrentLayer().frame(), { 0, 50, 400, 200 }));
+    EXPECT_TRUE(view.ImageOK());
+}
+
+TEST_F(SVLayerViewTest, AsksForEachSizeOnceWhenThePictureIsNotEvenKept)
+{
+    show(files.write("a.png", kRed, { 800, 400 }));
+    SVImageCache::purge();
+    files.write("a.png", QByteArray("no picture"));
+    view.resize(400, 300);
+    screen();
+    settle();
+
+    files.write("a.png", kGreen, { 800, 400 });
+    settle();
+
+    EXPECT_EQ(centre(), kRed);
+}
+
+TEST_F(SVLayerViewTest, AsksAgainWhenTheSizeChangesAgain)
+{
+    show(files.write("a.png", kRed, { 800, 400 }));
+    files.remove("a.png");
+    view.resize(400, 300);
+    screen();
+    settle();
+    files.write("a.png", kGreen, { 800, 400 });
+
+    view.resize(300, 300);
+    screen();
+    settle();
+
+    EXPECT_EQ(centre(), kGreen);
+    EXPECT_EQ(view.mCurrentLayer().contents().size(), QSize(300, 150));
+}
+
+TEST_F(SVLayerViewTest, AsksAgainWhenThePictureIsShownAgain)
+{
+    const FileURL url = files.write("a.png", kRed, { 800, 400 });
+    show(url);
+    files.remove("a.png");
+    view.resize(400, 300);
+    screen();
+    settle();
+    files.write("a.png", kGreen, { 800, 400 });
+
+    view.setImage(view.mCurrentImage(), true);
+    settle();
+
+    EXPECT_EQ(centre(), kGreen);
+    EXPECT_EQ(view.mCurrentLayer().contents().size(), QSize(400, 200));
+}
+
+TEST_F(SVLayerViewTest, FitsAnewThePictureThatTheFileHoldsNow)
+{
+    show(files.write("a.png", kRed, { 800, 400 }));
+    files.write("a.png", kGreen, { 800, 200 });
+
+    view.resize(400, 300);
+    screen();
+    settle();
+
+    EXPECT_TRUE(isExactly(view.mCurrentLayer().frame(), { 0, 100, 400, 100 }));
+    EXPECT_EQ(centre(), kGreen);
+    EXPECT_EQ(screen().pixel(200, 60), kBlack);
+}
+
+TEST_F(SVLayerViewTest, DecodesThePictureThatCameWhileAnotherWasDecodedAgain)
+{
+    const auto red = SVImageCache::imageWithURL(files.write("a.png", kRed, { 800, 200 }));
+    const auto green = SVImageCache::imageWithURL(files.write("b.png", kGreen, { 800, 400 }));
     {
         const BusyPool pool;
-        view.setImage(picture(kRed, { 800, 200 }), true);
-        view.setImage(picture(kGreen, { 800, 400 }), true);
+        view.setImage(red, true);
+        view.setImage(green, true);
     }
     settle();
 
-    EXPECT_EQ(view.mCurrentImage()->preparedImage().size(), QSize(200, 100));
-    EXPECT_EQ(view.mPreviousImage()->preparedImage().size(), QSize(200, 50));
+    EXPECT_EQ(view.mCurrentImage(), green);
+    EXPECT_EQ(green->getCGImage().size(), QSize(200, 100));
+    EXPECT_EQ(view.mPreviousImage(), red);
+    EXPECT_EQ(red->getCGImage().size(), QSize(200, 50));
     EXPECT_EQ(centre(), kGreen);
 }
 
-TEST_F(SVLayerViewTest, PreparesForTheSizeThatItHasWhenThePictureComes)
+TEST_F(SVLayerViewTest, DecodesForTheSizeThatItHasWhenThePictureComes)
 {
     {
         const BusyPool pool;
@@ -685,17 +846,21 @@ TEST_F(SVLayerViewTest, PreparesForTheSizeThatItHasWhenThePictureComes)
     settle();
 
     EXPECT_TRUE(isExactly(view.mCurrentLayer().frame(), { 0, 50, 400, 200 }));
-    EXPECT_EQ(view.mCurrentImage()->preparedImage().size(), QSize(400, 200));
+    EXPECT_EQ(view.mCurrentImage()->getCGImage().size(), QSize(400, 200));
 }
 
-TEST_F(SVLayerViewTest, ScalesNoStripBeyondAllMeasure)
+TEST_F(SVLayerViewTest, DecodesNoStripBeyondAllMeasure)
 {
     setFitMode(kFitModeFill);
 
     show(files.write("a.png", kGreen, { 60000, 8 }));
 
     EXPECT_EQ(view.mCurrentLayer().frame().width(), 750000);
-    EXPECT_EQ(view.mCurrentImage()->preparedImage().size(), QSize(60000, 8));
+    EXPECT_EQ(view.mCurrentImage()->pictureSize(), QSize(60000, 8));
+    const QSize size = view.mCurrentImage()->getCGImage().size(); // Of 75 megapixels.
+    EXPECT_LE(qint64(size.width()) * size.height(), 64'000'000);
+    EXPECT_GT(qint64(size.width()) * size.height(), 63'000'000);
+    EXPECT_EQ(size.width() / size.height(), 7530); // As long as before, but for half a pixel.
     EXPECT_EQ(screen(), solid(kGreen, { 200, 100 }));
 }
 
@@ -804,17 +969,18 @@ TEST_F(SVLayerViewTest, HearsNothingOnceItIsGone)
     EXPECT_TRUE(delegate.answers.empty());
 }
 
-TEST_F(SVLayerViewTest, PreparesNothingOnceItIsGone)
+TEST_F(SVLayerViewTest, MayGoWhileItsPictureIsDecodedAgain)
 {
-    const auto image = picture(kRed, { 800, 200 });
+    const auto image = SVImageCache::imageWithURL(files.write("a.png", kRed, { 800, 200 }));
     {
-        const BusyPool pool;
+        const HeldDecoder held;
         view.setImage(image, true);
+        DispatchQueue::global().drain();
         made.reset();
     }
     settle();
 
-    EXPECT_TRUE(image->preparedImage().isNull());
+    EXPECT_EQ(image->getCGImage(), solid(kRed, { 200, 50 }));
 }
 
 } // namespace

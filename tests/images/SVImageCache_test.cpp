@@ -2,11 +2,12 @@
 #include "images/SVImageCache.h"
 #include "support/BusyPool.h"
 #include "support/GeometryMatchers.h"
+#include "support/HeldDecoder.h"
 #include "support/PictureFiles.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <algorithm>
 
 namespace quorvane {
 namespace {
@@ -17,7 +18,10 @@ using Image = SVImageCache::Image;
 
 constexpr QSize kTarget { 20, 15 };
 
-QSize smallTarget(const SVImage& /*image*/) { return kTarget; }
+constexpr QSize kOtherTarget { 8, 6 };
+
+QSize smallTarget(QSize /*picture*/) { return kTarget; }
+QSize otherTarget(QSize /*picture*/) { return kOtherTarget; }
 
 /// Hears the answers to requests, in their order.
 struct Answers {
@@ -47,6 +51,26 @@ Image imageOf(const char* path)
 
 QRgb colourOf(const Image& image) { return image ? image->getCGImage().pixel(0, 0) : QRgb(0); }
 
+/// Holds the decoder, all of it, when it has opened the file.
+SVImageCache::TargetSize haltingAt(const Stop& decoding)
+{
+    return [decoding](QSize) {
+        decoding.halt();
+        return kTarget;
+    };
+}
+
+/// Tells that the decoder has begun with the file, which is one of the crowd then.
+SVImageCache::TargetSize arrivingAt(const Stop& begun, const DecoderCrowd& crowd)
+{
+    begun.release(); // Nobody is to wait there.
+    return [begun, hold = crowd.hold()](QSize) {
+        hold();
+        begun.halt();
+        return kTarget;
+    };
+}
+
 struct SVImageCacheTest : testing::Test {
     PictureFiles files;
     SVImageCache& cache = SVImageCache::instance();
@@ -73,6 +97,13 @@ struct SVImageCacheTest : testing::Test {
     void request(const FileURL& url)
     {
         cache.requestImageWithURL(url, smallTarget, answers.completion());
+    }
+
+    /// Requests, and waits until the decoder has it.
+    void requestHeld(const FileURL& url, const SVImageCache::TargetSize& target = smallTarget)
+    {
+        cache.requestImageWithURL(url, target, answers.completion());
+        DispatchQueue::global().drain();
     }
 
     /// Requests and waits. \return the answer.
@@ -269,24 +300,43 @@ TEST_F(SVImageCacheTest, TriesAgainAtEachRequest)
     EXPECT_EQ(colourOf(requested(url)), kRed);
 }
 
-TEST_F(SVImageCacheTest, AnswersARequestOnceThePictureIsPrepared)
+TEST_F(SVImageCacheTest, AnswersARequestOnceThePictureIsDecoded)
 {
     const FileURL url = red();
 
     request(url);
     EXPECT_EQ(answers.count(), 0U);
     DispatchQueue::global().drain();
+    drainDecoding();
     EXPECT_EQ(answers.count(), 0U); // Only on the main thread.
     MainQueue::drain();
 
     ASSERT_EQ(answers.count(), 1U);
     const Image image = answers.images.front();
     EXPECT_EQ(colourOf(image), kRed);
-    EXPECT_EQ(image->preparedImage().size(), kTarget);
     EXPECT_EQ(cache.images(), std::vector { image });
 }
 
-TEST_F(SVImageCacheTest, AnswersAtOnceWhenThePictureIsKeptAndPrepared)
+TEST_F(SVImageCacheTest, DecodesInTheTargetSizeAndTellsHowLargeThePictureIs)
+{
+    const Image image = requested(files.write("a.png", kRed, { 64, 48 }));
+
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->getCGImage().size(), kTarget);
+    EXPECT_EQ(image->pictureSize(), QSize(64, 48));
+    EXPECT_EQ(image->mURL(), files.url("a.png"));
+}
+
+TEST_F(SVImageCacheTest, DecodesInALargerSizeThanThePictureHas)
+{
+    const Image image = requested(files.write("a.png", kRed, { 4, 3 }));
+
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->getCGImage().size(), kTarget);
+    EXPECT_EQ(image->pictureSize(), QSize(4, 3));
+}
+
+TEST_F(SVImageCacheTest, AnswersAtOnceWhenThePictureIsKeptInItsTargetSize)
 {
     const FileURL url = red();
     const Image image = requested(url);
@@ -299,78 +349,144 @@ TEST_F(SVImageCacheTest, AnswersAtOnceWhenThePictureIsKeptAndPrepared)
     EXPECT_EQ(cache.images().front(), image);
 }
 
-TEST_F(SVImageCacheTest, PreparesWhatIsKeptWithoutDecodingIt)
-{
-    const FileURL url = red();
-    const Image kept = SVImageCache::imageWithURL(url);
-    files.write("a.png", kGreen);
-
-    request(url);
-    EXPECT_EQ(answers.count(), 0U);
-    settle();
-
-    EXPECT_EQ(answers.images, std::vector { kept });
-    EXPECT_EQ(kept->preparedImage().size(), kTarget);
-    EXPECT_EQ(colourOf(kept), kRed);
-    EXPECT_EQ(cache.images(), std::vector { kept });
-}
-
-TEST_F(SVImageCacheTest, PreparesWhatIsKeptForAnotherSize)
+TEST_F(SVImageCacheTest, DecodesWhatIsKeptAgainForAnotherSize)
 {
     const FileURL url = red();
     const Image kept = requested(url);
-    const auto otherTarget = [](const SVImage&) { return QSize(8, 6); };
+    files.write("a.png", kGreen);
 
     cache.requestImageWithURL(url, otherTarget, answers.completion());
     EXPECT_EQ(answers.count(), 1U);
     settle();
 
     EXPECT_EQ(answers.images, (std::vector { kept, kept }));
-    EXPECT_EQ(kept->preparedImage().size(), QSize(8, 6));
+    EXPECT_EQ(cache.images(), std::vector { kept });
+    EXPECT_EQ(kept->getCGImage().size(), kOtherTarget);
+    EXPECT_EQ(colourOf(kept), kGreen); // Not the old pixels, scaled.
 }
 
-TEST_F(SVImageCacheTest, AsksForTheTargetSizeOfTheDecodedPicture)
+TEST_F(SVImageCacheTest, DecodesWhatIsKeptInFullAgainForTheScreen)
 {
-    const auto half = [](const SVImage& image) { return QSize(image.width(), image.height()) / 2; };
+    const FileURL url = red();
+    const Image kept = SVImageCache::imageWithURL(url);
+    ASSERT_EQ(kept->getCGImage().size(), QSize(40, 30));
+
+    EXPECT_EQ(requested(url), kept);
+
+    EXPECT_EQ(kept->getCGImage().size(), kTarget);
+    EXPECT_EQ(kept->pictureSize(), QSize(40, 30));
+}
+
+TEST_F(SVImageCacheTest, TellsTheSizeOfThePictureThatTheFileHoldsNow)
+{
+    const FileURL url = red();
+    const Image kept = requested(url);
+    files.write("a.png", kGreen, { 60, 20 });
+
+    cache.requestImageWithURL(url, otherTarget, answers.completion());
+    settle();
+
+    EXPECT_EQ(kept->pictureSize(), QSize(60, 20));
+}
+
+TEST_F(SVImageCacheTest, AnswersWithTheOldPixelsWhenTheFileIsGoneMeanwhile)
+{
+    const FileURL url = red();
+    const Image kept = requested(url);
+    files.remove("a.png");
+
+    cache.requestImageWithURL(url, otherTarget, answers.completion());
+    settle();
+
+    EXPECT_EQ(answers.images, (std::vector { kept, kept }));
+    EXPECT_EQ(kept->getCGImage(), solid(kRed, kTarget));
+    EXPECT_EQ(kept->pictureSize(), QSize(40, 30));
+    EXPECT_EQ(cache.images(), std::vector { kept });
+}
+
+TEST_F(SVImageCacheTest, AnswersWithTheOldPixelsWhenTheFileIsDamagedMeanwhile)
+{
+    const FileURL url = red();
+    const Image kept = requested(url);
+    files.write("a.png", QByteArray("no picture"));
+
+    cache.requestImageWithURL(url, otherTarget, answers.completion());
+    settle();
+
+    EXPECT_EQ(answers.images, (std::vector { kept, kept }));
+    EXPECT_EQ(kept->getCGImage(), solid(kRed, kTarget));
+    EXPECT_EQ(cache.images(), std::vector { kept });
+}
+
+TEST_F(SVImageCacheTest, AsksForTheTargetSizeOfThePicture)
+{
+    const auto half = [](QSize picture) { return picture / 2; };
 
     cache.requestImageWithURL(files.write("a.png", kRed, { 64, 32 }), half, answers.completion());
     settle();
 
-    EXPECT_EQ(answers.images.front()->preparedImage().size(), QSize(32, 16));
+    EXPECT_EQ(answers.images.front()->getCGImage().size(), QSize(32, 16));
 }
 
 TEST_F(SVImageCacheTest, AnswersSeveralRequestsByOneDecoding)
 {
     const FileURL url = red();
-    std::atomic<int> decoded = 0;
-    const auto counting = [&decoded](const SVImage&) {
-        ++decoded;
-        return kTarget;
-    };
-
+    DecodingCounter counter;
     {
         const BusyPool pool;
         for (int i = 0; i < 3; ++i)
-            cache.requestImageWithURL(url, counting, answers.completion());
+            cache.requestImageWithURL(url, counter.target(kTarget), answers.completion());
     }
-    MainQueue::drain();
+    settle();
 
     ASSERT_EQ(answers.count(), 3U);
     EXPECT_TRUE(answers.images[0]);
     EXPECT_EQ(answers.images[1], answers.images[0]);
     EXPECT_EQ(answers.images[2], answers.images[0]);
-    EXPECT_EQ(decoded, 1);
+    EXPECT_EQ(counter.count(), 1);
     EXPECT_EQ(cache.images().size(), 1U);
+}
+
+TEST_F(SVImageCacheTest, AnswersSeveralRequestsInTheSizeThatTheLastOneWants)
+{
+    const FileURL url = red();
+    DecodingCounter counter;
+    {
+        const BusyPool pool;
+        for (const QSize size : { kTarget, QSize(4, 3), kOtherTarget })
+            cache.requestImageWithURL(url, counter.target(size), answers.completion());
+    }
+    settle();
+
+    ASSERT_EQ(answers.count(), 3U);
+    EXPECT_EQ(answers.images[0]->getCGImage().size(), kOtherTarget);
+    EXPECT_EQ(counter.count(), 1);
+}
+
+TEST_F(SVImageCacheTest, DecodesOnceMoreForARequestOfAnotherSizeThatCameMeanwhile)
+{
+    const FileURL url = red();
+    const Stop decoding;
+    cache.requestImageWithURL(url, haltingAt(decoding), answers.completion());
+    decoding.waitForArrival();
+
+    cache.requestImageWithURL(url, otherTarget, [&](const Image& image) {
+        answers.images.push_back(image);
+        EXPECT_EQ(image->getCGImage().size(), kOtherTarget);
+    });
+    decoding.release();
+    settle();
+
+    ASSERT_EQ(answers.count(), 2U);
+    EXPECT_EQ(answers.images[1], answers.images[0]);
+    EXPECT_EQ(cache.images(), std::vector { answers.images[0] });
 }
 
 TEST_F(SVImageCacheTest, AnswersARequestForWhatIsBeingDecodedAlready)
 {
     const FileURL url = red();
     const Stop decoding;
-    cache.readAhead(url, [decoding](const SVImage&) {
-        decoding.halt();
-        return kTarget;
-    });
+    cache.readAhead(url, haltingAt(decoding));
     decoding.waitForArrival();
     files.write("a.png", kGreen);
 
@@ -417,7 +533,7 @@ TEST_F(SVImageCacheTest, NeverDecodesWhatIsAbandonedInTime)
 
         cache.abandonRequest(url);
     }
-    MainQueue::drain();
+    settle();
 
     EXPECT_EQ(answers.count(), 0U);
     EXPECT_FALSE(keeps(url));
@@ -433,21 +549,34 @@ TEST_F(SVImageCacheTest, AbandonsOnlyWhatIsNamed)
         cache.abandonRequest(files.url("a.png"));
         cache.abandonRequest(files.url("none.png"));
     }
-    MainQueue::drain();
+    settle();
 
     ASSERT_EQ(answers.count(), 1U);
     EXPECT_EQ(answers.images.front()->mURL(), files.url("b.png"));
 }
 
-TEST_F(SVImageCacheTest, KeepsWhatIsAbandonedWhileItIsDecoded)
+TEST_F(SVImageCacheTest, NeverDecodesWhatIsAbandonedInTheDecodersHands)
+{
+    const FileURL url = red();
+    DecodingCounter counter;
+    {
+        const HeldDecoder held;
+        requestHeld(url, counter.target(kTarget));
+
+        cache.abandonRequest(url);
+    }
+    settle();
+
+    EXPECT_EQ(counter.count(), 0);
+    EXPECT_EQ(answers.count(), 0U);
+    EXPECT_FALSE(keeps(url));
+}
+
+TEST_F(SVImageCacheTest, ForgetsWhatIsAbandonedWhileItIsDecoded)
 {
     const FileURL url = red();
     const Stop decoding;
-    const auto halting = [decoding](const SVImage&) {
-        decoding.halt();
-        return kTarget;
-    };
-    cache.requestImageWithURL(url, halting, answers.completion());
+    cache.requestImageWithURL(url, haltingAt(decoding), answers.completion());
     decoding.waitForArrival();
 
     cache.abandonRequest(url);
@@ -455,7 +584,7 @@ TEST_F(SVImageCacheTest, KeepsWhatIsAbandonedWhileItIsDecoded)
     settle();
 
     EXPECT_EQ(answers.count(), 0U);
-    EXPECT_TRUE(keeps(url));
+    EXPECT_FALSE(keeps(url));
 }
 
 TEST_F(SVImageCacheTest, AnswersARequestMadeAfterTheSameOneWasAbandoned)
@@ -467,7 +596,7 @@ TEST_F(SVImageCacheTest, AnswersARequestMadeAfterTheSameOneWasAbandoned)
         cache.abandonRequest(url);
         request(url);
     }
-    MainQueue::drain();
+    settle();
 
     EXPECT_EQ(answers.count(), 1U);
     EXPECT_TRUE(keeps(url));
@@ -483,19 +612,19 @@ TEST_F(SVImageCacheTest, ReadsAhead)
     ASSERT_TRUE(keeps(url));
     request(url);
     ASSERT_EQ(answers.count(), 1U);
-    EXPECT_EQ(answers.images.front()->preparedImage().size(), kTarget);
+    EXPECT_EQ(answers.images.front()->getCGImage().size(), kTarget);
 }
 
-TEST_F(SVImageCacheTest, ReadsNothingAheadThatIsPrepared)
+TEST_F(SVImageCacheTest, ReadsNothingAheadThatIsKeptInItsTargetSize)
 {
     const Image image = requested(red());
-    const qint64 prepared = image->preparedImage().cacheKey();
+    const qint64 prepared = image->getCGImage().cacheKey();
     requested(red("b.png"));
 
     cache.readAhead(files.url("a.png"), smallTarget);
     settle();
 
-    EXPECT_EQ(image->preparedImage().cacheKey(), prepared);
+    EXPECT_EQ(image->getCGImage().cacheKey(), prepared);
     EXPECT_EQ(cache.images().front(), image);
 }
 
@@ -516,9 +645,25 @@ TEST_F(SVImageCacheTest, DropsReadingAheadForARequest)
 
         request(red("urgent.png"));
     }
-    MainQueue::drain();
+    settle();
 
     EXPECT_EQ(answers.count(), 1U);
+    EXPECT_EQ(cache.images(), answers.images);
+}
+
+TEST_F(SVImageCacheTest, DropsReadingAheadThatIsInTheDecodersHands)
+{
+    DecodingCounter counter;
+    {
+        const HeldDecoder held;
+        cache.readAhead(red("ahead.png"), counter.target(kTarget));
+        DispatchQueue::global().drain();
+
+        request(red("urgent.png"));
+    }
+    settle();
+
+    EXPECT_EQ(counter.count(), 0);
     EXPECT_EQ(cache.images(), answers.images);
 }
 
@@ -531,7 +676,7 @@ TEST_F(SVImageCacheTest, DropsReadingAheadForNothingThatIsThereAlready)
 
         request(files.url("kept.png"));
     }
-    MainQueue::drain();
+    settle();
 
     EXPECT_TRUE(keeps(files.url("ahead.png")));
 }
@@ -543,7 +688,7 @@ TEST_F(SVImageCacheTest, DropsNoRequestForAnother)
         request(red("a.png"));
         request(red("b.png"));
     }
-    MainQueue::drain();
+    settle();
 
     EXPECT_EQ(answers.count(), 2U);
 }
@@ -557,64 +702,145 @@ TEST_F(SVImageCacheTest, AnswersARequestForWhatWasToBeReadAhead)
         request(url);
         cache.readAhead(url, smallTarget);
     }
-    MainQueue::drain();
+    settle();
 
     EXPECT_EQ(answers.count(), 1U);
     EXPECT_EQ(cache.images(), answers.images);
 }
 
-TEST_F(SVImageCacheTest, ReadsAheadAfterAllThatIsUrgent)
+TEST_F(SVImageCacheTest, OpensAheadAfterAllThatIsUrgent)
 {
-    std::vector<int> order; // Of one thread, while the others are held.
-    const Stop last;
+    const FileURL url = red();
+    const Stop urgent;
     const BusyPool pool;
-    cache.readAhead(red(), [&](const SVImage&) {
-        order.push_back(2);
-        last.halt();
-        return kTarget;
-    });
-    DispatchQueue::global().async([&] { order.push_back(1); });
+    cache.readAhead(url, smallTarget);
+    DispatchQueue::global().async([urgent] { urgent.halt(); });
 
-    pool.releaseOne();
-    last.waitForArrival();
+    pool.releaseOne(); // A single thread, which takes the urgent one first.
+    urgent.waitForArrival();
+    drainDecoding();
+    MainQueue::drain();
+    EXPECT_FALSE(keeps(url));
+    urgent.release();
+    pool.release();
+    settle();
 
-    EXPECT_EQ(order, (std::vector { 1, 2 }));
-    last.release();
+    EXPECT_TRUE(keeps(url));
 }
 
-TEST_F(SVImageCacheTest, RequestsAreUrgent)
+TEST_F(SVImageCacheTest, OpensWhatIsRequestedBeforeAllThatIsAhead)
 {
-    std::vector<int> order;
-    const Stop last;
+    const Stop ahead;
     const BusyPool pool;
-    DispatchQueue::global().async(
-        [&] {
-            order.push_back(2);
-            last.halt();
-        },
-        DispatchQueue::Priority::Ahead);
-    const auto target = [&](const SVImage&) {
-        order.push_back(1);
-        return kTarget;
-    };
-    cache.requestImageWithURL(red(), target, answers.completion());
+    DispatchQueue::global().async([ahead] { ahead.halt(); }, DispatchQueue::Priority::Ahead);
+    request(red());
 
     pool.releaseOne();
-    last.waitForArrival();
+    ahead.waitForArrival();
+    drainDecoding();
+    MainQueue::drain();
 
-    EXPECT_EQ(order, (std::vector { 1, 2 }));
-    last.release();
+    EXPECT_EQ(answers.count(), 1U);
+    ahead.release();
+}
+
+TEST_F(SVImageCacheTest, OpensWhatWasToBeReadAheadBeforeAllThatIsAheadOnceItIsRequested)
+{
+    const FileURL url = red();
+    const Stop ahead;
+    const BusyPool pool;
+    DispatchQueue::global().async([ahead] { ahead.halt(); }, DispatchQueue::Priority::Ahead);
+    cache.readAhead(url, smallTarget);
+    request(url);
+
+    pool.releaseOne();
+    ahead.waitForArrival();
+    drainDecoding();
+    MainQueue::drain();
+
+    EXPECT_EQ(answers.count(), 1U);
+    ahead.release();
+}
+
+TEST_F(SVImageCacheTest, DecodesAheadBeforeAnyThumbnail)
+{
+    const Stop begun;
+    {
+        const HeldDecoder held;
+        const DecoderCrowd crowd(red("small.png"), DecodeRequest::Priority::Thumbnail);
+        cache.readAhead(red(), arrivingAt(begun, crowd));
+        DispatchQueue::global().drain();
+
+        held.release();
+        begun.waitForArrival(); // Behind the crowd it would never come.
+    }
+    settle();
+
+    EXPECT_TRUE(keeps(files.url("a.png")));
+}
+
+TEST_F(SVImageCacheTest, DecodesWhatIsRequestedBeforeAllThatIsReadAhead)
+{
+    const Stop begun;
+    {
+        const HeldDecoder held;
+        const DecoderCrowd crowd(red("next.png"), DecodeRequest::Priority::Next);
+        requestHeld(red(), arrivingAt(begun, crowd));
+
+        held.release();
+        begun.waitForArrival();
+    }
+    settle();
+
+    EXPECT_EQ(answers.count(), 1U);
+}
+
+TEST_F(SVImageCacheTest, DecodesWhatWasToBeReadAheadBeforeTheRestOnceItIsRequested)
+{
+    const FileURL url = red();
+    const Stop begun;
+    {
+        const HeldDecoder held;
+        const DecoderCrowd crowd(red("next.png"), DecodeRequest::Priority::Next);
+        DecodingCounter counter;
+        cache.readAhead(url, counter.target(kTarget));
+        DispatchQueue::global().drain(); // In the decoder's hands, behind the crowd.
+        files.remove("a.png"); // Nobody can open it once more.
+        cache.requestImageWithURL(url, arrivingAt(begun, crowd), answers.completion());
+
+        held.release();
+        begun.waitForArrival();
+    }
+    settle();
+
+    ASSERT_EQ(answers.count(), 1U);
+}
+
+TEST_F(SVImageCacheTest, KeepsTheUrgencyOfARequestForAFileThatChangedMeanwhile)
+{
+    const FileURL url = red();
+    const Stop begun;
+    {
+        const HeldDecoder held;
+        const DecoderCrowd crowd(red("next.png"), DecodeRequest::Priority::Next);
+        requestHeld(url);
+        SVImageCache::removeImageWithURL(url);
+        cache.readAhead(url, arrivingAt(begun, crowd));
+        DispatchQueue::global().drain();
+
+        held.release();
+        begun.waitForArrival();
+    }
+    settle();
+
+    EXPECT_EQ(answers.count(), 1U);
 }
 
 TEST_F(SVImageCacheTest, HandsOverButDoesNotKeepWhatChangedWhileItWasDecoded)
 {
     const FileURL url = red();
     const Stop decoding;
-    const auto halting = [decoding](const SVImage&) {
-        decoding.halt();
-        return kTarget;
-    };
-    cache.requestImageWithURL(url, halting, answers.completion());
+    cache.requestImageWithURL(url, haltingAt(decoding), answers.completion());
     decoding.waitForArrival();
 
     files.write("a.png", kGreen);
@@ -632,11 +858,7 @@ TEST_F(SVImageCacheTest, DecodesAfreshForARequestMadeAfterTheChange)
 {
     const FileURL url = red();
     const Stop decoding;
-    const auto halting = [decoding](const SVImage&) {
-        decoding.halt();
-        return kTarget;
-    };
-    cache.requestImageWithURL(url, halting, answers.completion());
+    cache.requestImageWithURL(url, haltingAt(decoding), answers.completion());
     decoding.waitForArrival();
 
     files.write("a.png", kGreen);
@@ -652,10 +874,10 @@ TEST_F(SVImageCacheTest, DecodesAfreshForARequestMadeAfterTheChange)
     EXPECT_EQ(cache.images().size(), 1U);
 }
 
-TEST_F(SVImageCacheTest, DecodesAfreshWhatWasOnlyToBePreparedWhenItChanged)
+TEST_F(SVImageCacheTest, DecodesAfreshWhatChangedBeforeItWasDecodedAgain)
 {
     const FileURL url = red();
-    SVImageCache::imageWithURL(url);
+    const Image kept = SVImageCache::imageWithURL(url);
     {
         const BusyPool pool;
         cache.readAhead(url, smallTarget);
@@ -663,21 +885,19 @@ TEST_F(SVImageCacheTest, DecodesAfreshWhatWasOnlyToBePreparedWhenItChanged)
         SVImageCache::removeImageWithURL(url);
         cache.readAhead(url, smallTarget);
     }
-    MainQueue::drain();
+    settle();
 
     ASSERT_TRUE(keeps(url));
+    EXPECT_NE(cache.images().front(), kept);
     EXPECT_EQ(colourOf(SVImageCache::imageWithURL(url)), kGreen);
+    EXPECT_EQ(colourOf(kept), kRed);
 }
 
 TEST_F(SVImageCacheTest, PurgeForgetsWhatIsBeingDecoded)
 {
     const FileURL url = red();
     const Stop decoding;
-    const auto halting = [decoding](const SVImage&) {
-        decoding.halt();
-        return kTarget;
-    };
-    cache.requestImageWithURL(url, halting, answers.completion());
+    cache.requestImageWithURL(url, haltingAt(decoding), answers.completion());
     decoding.waitForArrival();
 
     SVImageCache::purge();
@@ -692,11 +912,7 @@ TEST_F(SVImageCacheTest, DecodesAfreshWhatIsRequestedAfterAPurge)
 {
     const FileURL url = red();
     const Stop decoding;
-    const auto halting = [decoding](const SVImage&) {
-        decoding.halt();
-        return kTarget;
-    };
-    cache.requestImageWithURL(url, halting, [](const Image&) { FAIL(); });
+    cache.requestImageWithURL(url, haltingAt(decoding), [](const Image&) { FAIL(); });
     decoding.waitForArrival();
 
     SVImageCache::purge();
@@ -714,7 +930,8 @@ TEST_F(SVImageCacheTest, TakesNoEarlierDecodingForTheAnswerToALaterRequest)
 {
     const FileURL url = red();
     cache.requestImageWithURL(url, smallTarget, [](const Image&) { FAIL(); });
-    DispatchQueue::global().drain(); // Its answer is on the way.
+    DispatchQueue::global().drain();
+    drainDecoding(); // Its answer is on the way.
     SVImageCache::purge();
     files.write("a.png", kGreen);
     {
@@ -735,40 +952,50 @@ TEST_F(SVImageCacheTest, TakesNoEarlierDecodingForTheAnswerToALaterRequest)
 TEST_F(SVImageCacheTest, DecodesOnceWhatChangedBeforeItsDecodingBegan)
 {
     const FileURL url = red();
-    std::atomic<int> decoded = 0;
-    const auto counting = [&decoded](const SVImage&) {
-        ++decoded;
-        return kTarget;
-    };
+    DecodingCounter counter;
     {
         const BusyPool pool;
-        cache.requestImageWithURL(url, counting, answers.completion());
+        cache.requestImageWithURL(url, counter.target(kTarget), answers.completion());
 
         SVImageCache::removeImageWithURL(url);
-        cache.requestImageWithURL(url, counting, answers.completion());
+        cache.requestImageWithURL(url, counter.target(kTarget), answers.completion());
     }
-    MainQueue::drain();
+    settle();
 
-    EXPECT_EQ(decoded, 1);
+    EXPECT_EQ(counter.count(), 1);
     EXPECT_EQ(answers.count(), 2U);
 }
 
 TEST_F(SVImageCacheTest, NeverDecodesWhatIsCancelledInTime)
 {
-    std::atomic<int> decoded = 0;
-    const auto counting = [&decoded](const SVImage&) {
-        ++decoded;
-        return kTarget;
-    };
+    DecodingCounter counter;
     {
         const BusyPool pool;
-        cache.requestImageWithURL(red(), counting, answers.completion());
+        cache.requestImageWithURL(red(), counter.target(kTarget), answers.completion());
 
         cache.cancelRequests();
     }
-    MainQueue::drain();
+    settle();
 
-    EXPECT_EQ(decoded, 0);
+    EXPECT_EQ(counter.count(), 0);
+}
+
+TEST_F(SVImageCacheTest, NeverDecodesWhatIsCancelledInTheDecodersHands)
+{
+    DecodingCounter counter;
+    {
+        const HeldDecoder held;
+        cache.readAhead(red("ahead.png"), counter.target(kTarget));
+        DispatchQueue::global().drain();
+        requestHeld(red(), counter.target(kTarget));
+
+        cache.cancelRequests();
+    }
+    settle();
+
+    EXPECT_EQ(counter.count(), 0);
+    EXPECT_EQ(answers.count(), 0U);
+    EXPECT_TRUE(cache.images().empty());
 }
 
 TEST_F(SVImageCacheTest, CallsNobodyWhoseRequestWasCancelledBeforeItBegan)
@@ -781,7 +1008,7 @@ TEST_F(SVImageCacheTest, CallsNobodyWhoseRequestWasCancelledBeforeItBegan)
 
         cache.cancelRequests();
     }
-    MainQueue::drain();
+    settle();
 
     EXPECT_EQ(answers.count(), 0U);
     EXPECT_TRUE(cache.images().empty());
@@ -792,6 +1019,7 @@ TEST_F(SVImageCacheTest, CallsNobodyWhoseRequestWasCancelledWhenItWasDone)
     const FileURL url = red();
     request(url);
     DispatchQueue::global().drain();
+    drainDecoding();
 
     cache.cancelRequests();
     MainQueue::drain();
@@ -815,6 +1043,7 @@ TEST_F(SVImageCacheTest, CallsNobodyWhenItIsGone)
         SVImageCache shortLived;
         shortLived.requestImageWithURL(red(), smallTarget, answers.completion());
         DispatchQueue::global().drain();
+        drainDecoding();
     }
 
     MainQueue::drain();

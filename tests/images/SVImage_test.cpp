@@ -58,7 +58,7 @@ TEST_F(SVImageTest, IsEmptyBeforeItIsLoaded)
     EXPECT_EQ(image.width(), 0);
     EXPECT_EQ(image.height(), 0);
     EXPECT_TRUE(image.mURL().isEmpty());
-    EXPECT_TRUE(image.preparedImage().isNull());
+    EXPECT_EQ(image.pictureSize(), QSize(0, 0));
 }
 
 TEST_F(SVImageTest, LoadsAPicture)
@@ -72,6 +72,7 @@ TEST_F(SVImageTest, LoadsAPicture)
     EXPECT_EQ(image->getCGImage().pixel(39, 29), kGreen);
     EXPECT_EQ(image->width(), 40);
     EXPECT_EQ(image->height(), 30);
+    EXPECT_EQ(image->pictureSize(), QSize(40, 30));
     EXPECT_EQ(image->getTransform(), kIdentity);
     EXPECT_FALSE(image->turnedImage());
     EXPECT_EQ(image->mURL(), url);
@@ -90,13 +91,12 @@ TEST_F(SVImageTest, KeepsPixelsAndURLWhenAFileCannotBeOpened)
     const FileURL url = files.write("a.png", kGreen);
     SVImage image;
     image.loadFromURL(url);
-    image.setPreparedImage(solid(kGreen, { 4, 3 }));
 
     image.loadFromURL(files.url("missing.png"));
 
     EXPECT_EQ(image.mURL(), url);
     EXPECT_EQ(image.width(), 40);
-    EXPECT_EQ(image.preparedImage().size(), QSize(4, 3));
+    EXPECT_EQ(image.getCGImage().size(), QSize(40, 30));
 }
 
 TEST_F(SVImageTest, HasNoPixelsAfterAFileThatCannotBeDecoded)
@@ -104,13 +104,12 @@ TEST_F(SVImageTest, HasNoPixelsAfterAFileThatCannotBeDecoded)
     const FileURL text = files.write("text.png", notAPicture);
     SVImage image;
     image.loadFromURL(files.write("a.png", kGreen));
-    image.setPreparedImage(solid(kGreen, { 4, 3 }));
 
     image.loadFromURL(text);
 
     EXPECT_EQ(image.mURL(), text);
     EXPECT_TRUE(image.getCGImage().isNull());
-    EXPECT_TRUE(image.preparedImage().isNull());
+    EXPECT_EQ(image.pictureSize(), QSize(0, 0));
     EXPECT_EQ(image.getTransform(), kIdentity);
 }
 
@@ -140,6 +139,7 @@ TEST_F(SVImageTest, MakesAPictureOfPixels)
     const auto image = SVImage::imageWithImage(solid(kBlue, { 8, 6 }));
 
     EXPECT_EQ(image->getCGImage(), solid(kBlue, { 8, 6 }));
+    EXPECT_EQ(image->pictureSize(), QSize(8, 6));
     EXPECT_TRUE(image->mURL().isEmpty());
     EXPECT_EQ(image->getTransform(), kZero);
     EXPECT_FALSE(image->turnedImage());
@@ -148,27 +148,25 @@ TEST_F(SVImageTest, MakesAPictureOfPixels)
 TEST_F(SVImageTest, RefreshReadsTheFileAgain)
 {
     const auto image = SVImage::imageWithURL(files.write("a.png", kGreen));
-    image->setPreparedImage(solid(kGreen, { 4, 3 }));
     files.write("a.png", kBlue, { 20, 10 });
 
     image->refresh();
 
     EXPECT_EQ(image->getCGImage().size(), QSize(20, 10));
     EXPECT_EQ(image->getCGImage().pixel(0, 0), kBlue);
-    EXPECT_TRUE(image->preparedImage().isNull());
+    EXPECT_EQ(image->pictureSize(), QSize(20, 10));
     EXPECT_EQ(image->mURL(), files.url("a.png"));
 }
 
 TEST_F(SVImageTest, RefreshLeavesNoPixelsWhenTheFileIsGone)
 {
     const auto image = SVImage::imageWithURL(files.write("a.png", kGreen));
-    image->setPreparedImage(solid(kGreen, { 4, 3 }));
     files.remove("a.png");
 
     image->refresh();
 
     EXPECT_TRUE(image->getCGImage().isNull());
-    EXPECT_TRUE(image->preparedImage().isNull());
+    EXPECT_EQ(image->pictureSize(), QSize(0, 0));
     EXPECT_EQ(image->mURL(), files.url("a.png"));
 }
 
@@ -349,47 +347,57 @@ TEST_F(SVImageTest, PlacesAPictureThatIsStillToBeTurnedByItsUprightSize)
     }
 }
 
-TEST_F(SVImageTest, ScalesItsPixels)
+/// Pixels of a picture of 40 x 30, as the decoder hands them over.
+DecodeAnswer decoded(QRgb colour, QSize size)
 {
-    const auto image
-        = SVImage::imageWithImage(quartered({ kRed, kGreen, kBlue, kYellow }, { 40, 40 }));
-
-    const QImage scaled = image->scaledImage({ 20, 4 });
-
-    EXPECT_EQ(scaled.size(), QSize(20, 4));
-    EXPECT_EQ(scaled.pixel(2, 0), kRed);
-    EXPECT_EQ(scaled.pixel(17, 3), kYellow);
-    EXPECT_EQ(image->getCGImage().size(), QSize(40, 40));
+    return { PixelBuffer::fromImage(solid(colour, size)), { 40, 30 }, 6 };
 }
 
-TEST_F(SVImageTest, FiltersWhatItShrinks)
+TEST_F(SVImageTest, IsAsLargeAsThePictureWhateverItsPixels)
 {
-    QImage stripes(40, 40, QImage::Format_RGB32);
-    for (int y = 0; y < 40; ++y) {
-        for (int x = 0; x < 40; ++x)
-            stripes.setPixel(x, y, x % 2 ? 0xffffffff : kBlack);
+    const FileURL url("/a.png");
+    for (const QSize size : { QSize(20, 15), QSize(80, 60), QSize(7, 90) }) {
+        const auto image = SVImage::imageWithPixels(url, decoded(kRed, size));
+
+        ASSERT_TRUE(image);
+        EXPECT_EQ(image->mURL(), url);
+        EXPECT_EQ(image->getCGImage(), solid(kRed, size));
+        EXPECT_EQ(image->pictureSize(), QSize(40, 30));
+        EXPECT_EQ(image->width(), 40);
+        EXPECT_EQ(image->height(), 30);
+        EXPECT_EQ(image->displayedSize(), QSizeF(40, 30));
+        EXPECT_TRUE(isExactly(image->rectToFitScreen({ 100, 50 }, false), { 30, 10, 40, 30 }));
+        EXPECT_TRUE(isExactly(image->rectToFillScreen({ 80, 30 }), { 0, -15, 80, 60 }));
     }
-
-    const QImage scaled = SVImage::imageWithImage(stripes)->scaledImage({ 20, 20 });
-
-    EXPECT_PRED2(isNearly, centre(scaled), 0xff7f7f7f);
 }
 
-TEST_F(SVImageTest, HandsOutItsPixelsWhereTheyHaveTheSize)
+TEST_F(SVImageTest, IsUprightWhenItComesFromTheDecoder)
 {
-    const auto image = SVImage::imageWithImage(solid(kRed, { 40, 30 }));
+    const auto image = SVImage::imageWithPixels(FileURL("/a.png"), decoded(kRed, { 20, 15 }));
 
-    EXPECT_EQ(image->scaledImage({ 40, 30 }).cacheKey(), image->getCGImage().cacheKey());
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->getTransform(), kIdentity);
+    EXPECT_FALSE(image->turnedImage());
 }
 
-TEST_F(SVImageTest, KeepsWhatWasPrepared)
+TEST_F(SVImageTest, IsNothingWithoutPixels)
 {
-    SVImage image;
+    EXPECT_EQ(SVImage::imageWithPixels(FileURL("/a.png"), { {}, { 40, 30 } }), nullptr);
+}
 
-    image.setPreparedImage(solid(kRed, { 4, 3 }));
-    image.setPreparedImage(solid(kBlue, { 8, 6 }));
+TEST_F(SVImageTest, TakesItsPixelsInAnotherSize)
+{
+    UnbakedImage image;
+    image.loadFromURL(turned(6, { 64, 32 }));
+    ASSERT_TRUE(image.turnedImage());
 
-    EXPECT_EQ(image.preparedImage(), solid(kBlue, { 8, 6 }));
+    image.setPixels(decoded(kBlue, { 8, 6 }));
+
+    EXPECT_EQ(image.getCGImage(), solid(kBlue, { 8, 6 }));
+    EXPECT_EQ(image.pictureSize(), QSize(40, 30));
+    EXPECT_EQ(image.getTransform(), kIdentity);
+    EXPECT_FALSE(image.turnedImage());
+    EXPECT_EQ(image.mURL(), files.url("turned.jpg"));
 }
 
 struct Thumbnail {

@@ -3,6 +3,7 @@
 #include "platform/TypeTable.h"
 
 #include <QFile>
+#include <QSet>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -263,18 +264,40 @@ TEST(DisplayableTypes, NeverIncludePages)
     EXPECT_TRUE(TypeIdentifier::imageTypes().isEmpty());
 }
 
-TEST(DisplayableTypes, AreThoseOfQtsReadersOutsideTests)
-{
-    const QStringList types = TypeIdentifier::imageTypes();
+/// Pictures that no library of the decoder reads.
+const QSet<QString> kUnreadPictures { id("public.avci"), id("public.avcs"), id("public.pvr"),
+    id("org.khronos.ktx"), id("org.khronos.ktx2"), id("org.khronos.astc"), id("com.apple.atx"),
+    id("com.apple.pict"), id("com.dxo.raw-image") };
 
-    // Built into Qt, so there on every machine.
-    for (const char* builtIn : { "public.jpeg", "public.png", "com.compuserve.gif",
-             "com.microsoft.bmp", "com.microsoft.ico", "public.pbm", "public.xbitmap-image" })
-        EXPECT_TRUE(types.contains(id(builtIn))) << builtIn;
-    // Nothing of Qt's opens these.
-    EXPECT_FALSE(types.contains(id("com.adobe.pdf")));
-    EXPECT_FALSE(types.contains(id("com.dxo.raw-image")));
+TEST(DisplayableTypes, AreThePicturesOfTheTableThatTheDecoderReads)
+{
+    QStringList expected;
+    for (const TypeRow& row : typeRows()) {
+        if (row.kind == TypeKind::Image && !kUnreadPictures.contains(row.identifier))
+            expected.append(row.identifier);
+    }
+
+    EXPECT_EQ(TypeIdentifier::imageTypes(), expected);
+    for (const QString& type : expected)
+        EXPECT_TRUE(TypeIdentifier::isDisplayable(type)) << type.toStdString();
+    for (const char* common : { "public.jpeg", "public.png", "public.heic", "public.avif",
+             "public.svg-image", "com.adobe.raw-image" })
+        EXPECT_TRUE(expected.contains(id(common))) << common;
+}
+
+TEST(DisplayableTypes, AreNoPicturesThatNothingReads)
+{
+    for (const QString& type : kUnreadPictures) {
+        EXPECT_NE(typeRowForIdentifier(type), nullptr) << type.toStdString();
+        EXPECT_FALSE(TypeIdentifier::isDisplayable(type)) << type.toStdString();
+    }
+}
+
+TEST(DisplayableTypes, AreNoMoviesAndNoSound)
+{
     EXPECT_TRUE(TypeIdentifier::audiovisualTypes().isEmpty());
+    EXPECT_FALSE(TypeIdentifier::isDisplayable(id("public.mpeg-4")));
+    EXPECT_FALSE(TypeIdentifier::isDisplayable(id("public.mp3")));
 }
 
 TEST(DisplayableTypes, ComeBackWhenATestEnds)

@@ -2,6 +2,7 @@
 // Puts the order of what several threads do into the hands of a test.
 #pragma once
 
+#include "platform/Decoding.h"
 #include "platform/DispatchQueue.h"
 #include "platform/MainQueue.h"
 
@@ -93,13 +94,14 @@ private:
     std::vector<Stop> mStops;
 };
 
-/// Has everything done that was handed to the global queue and to the main thread, and what that
-/// handed in: a picture is decoded, shown, and prepared for another size.
+/// Has everything done that was handed to the global queue, to the decoder and to the main thread,
+/// and what that handed in: a picture is decoded, shown, and decoded in another size.
 inline void settle()
 {
     constexpr int kRounds = 4;
     for (int i = 0; i < kRounds; ++i) {
         DispatchQueue::global().drain();
+        drainDecoding();
         MainQueue::drain();
     }
 }

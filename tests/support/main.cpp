@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The start of every unit test program: an application without a display, a home of its own.
+#ifdef QUORVANE_DECODER
+#include "platform/DecoderProgram.h"
+#endif
+
 #include <QApplication>
 #include <QTemporaryDir>
 
@@ -19,5 +23,8 @@ int main(int argc, char** argv)
     setenv("XDG_RUNTIME_DIR", path.constData(), 1);
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     const QApplication application(argc, argv);
+#ifdef QUORVANE_DECODER
+    quorvane::setDecoderProgram(QUORVANE_DECODER);
+#endif
     return RUN_ALL_TESTS();
 }

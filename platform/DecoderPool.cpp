@@ -1,0 +1,448 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/DecoderPool.h"
+
+#include "platform/DecoderProcess.h"
+
+#include <QLoggingCategory>
+
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace quorvane {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+/// A file is tried on two decoders; one that breaks both is not tried again.
+constexpr int kBreakLimit = 2;
+
+/// A decoder that something else ends, a person or the kernel short of memory, is not the file's
+/// fault, but not for ever.
+constexpr int kKillLimit = 8;
+
+/// Decoders that end before they are ready, in a row, before the pool stops trying.
+constexpr int kFailedStartLimit = 3;
+
+/// Pictures after which a decoder is replaced by a fresh one: what a library loses or spoils does
+/// not add up for ever.
+constexpr int kServiceLimit = 1000;
+
+/// Between the end of a decoder's socket and the end of the decoder.
+constexpr std::chrono::seconds kEndLimit { 1 };
+
+/// Pixels of the largest picture handed over: two gigabytes.
+constexpr qint64 kPixelLimit = qint64(1) << 29;
+
+/// Pixels of the longer side of a picture: beyond it there are no photographs, only broken headers.
+constexpr int kSideLimit = 1 << 24;
+
+constexpr int kBytesPerPixel = 4;
+
+Error errorIn(const FromDecoder& message)
+{
+    const auto last = static_cast<std::uint32_t>(ErrorKind::Other);
+    return { static_cast<ErrorKind>(std::min(message.error, last)),
+        QString::fromUtf8(message.text.data()) };
+}
+
+pollfd pollFor(int descriptor) { return { descriptor, POLLIN, 0 }; }
+
+} // namespace
+
+/// A decoder and what it is doing.
+struct DecoderPool::Worker {
+    enum class State {
+        Starting,
+        Idle,
+        Opening,
+        Rendering,
+        Ending, ///< Its socket is closed already.
+    };
+
+    std::unique_ptr<DecoderProcess> process;
+    State state = State::Starting;
+    DecodeQueue::JobPointer job; ///< While Opening or Rendering, or when it ended doing so.
+    Moment deadline; ///< Unless Idle.
+    int served = 0; ///< Files that it was given.
+
+    QSize pictureSize; ///< Of the job.
+    int orientation = 1;
+    QSize wantedSize;
+    DecoderBuffers::Lease buffer;
+
+    bool isWorking() const { return state == State::Opening || state == State::Rendering; }
+};
+
+DecoderPool::DecoderPool(Options options)
+    : mOptions(std::move(options))
+    , mWake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    , mQueue([this] { wake(); })
+{
+}
+
+DecoderPool::~DecoderPool()
+{
+    mIsEnding = true;
+    wake();
+    const std::lock_guard lock(mThreadMutex);
+    if (mThread.joinable())
+        mThread.join();
+}
+
+void DecoderPool::warmUp() { startThread(); }
+
+DecodeTicket DecoderPool::decode(const FileDescriptor& file, DecodeRequest request, DecodeDone done)
+{
+    startThread();
+    const DecodeTicket ticket = mQueue.add(file, std::move(request), done);
+    if (ticket == 0)
+        done(fail(ErrorKind::Other, QStringLiteral("too many open files")));
+    return ticket;
+}
+
+void DecoderPool::cancel(DecodeTicket ticket) { mQueue.cancel(ticket); }
+
+void DecoderPool::setPriority(DecodeTicket ticket, DecodeRequest::Priority priority)
+{
+    mQueue.setPriority(ticket, priority);
+}
+
+void DecoderPool::drain() { mQueue.drain(); }
+
+void DecoderPool::suspend() { mQueue.setSuspended(true); }
+
+void DecoderPool::resume() { mQueue.setSuspended(false); }
+
+void DecoderPool::startThread()
+{
+    const std::lock_guard lock(mThreadMutex);
+    if (mThread.joinable())
+        return;
+    mThread = std::thread([this] {
+        pthread_setname_np(pthread_self(), "decoder pool");
+        work();
+    });
+}
+
+void DecoderPool::wake()
+{
+    const std::uint64_t one = 1;
+    // A full counter wakes just as well.
+    [[maybe_unused]] const ssize_t written = write(mWake.get(), &one, sizeof one);
+}
+
+void DecoderPool::work()
+{
+    while (!mIsEnding) {
+        replaceWorkers();
+        assignJobs();
+        wait();
+        for (const auto& worker : mWorkers)
+            serve(*worker);
+        std::erase_if(mWorkers, [](const auto& worker) { return !worker->process; });
+        std::erase_if(
+            mEndingProcesses, [](const auto& process) { return process->endSignal().has_value(); });
+    }
+    mWorkers.clear();
+    mEndingProcesses.clear();
+}
+
+void DecoderPool::wait()
+{
+    std::vector<pollfd> watched { pollFor(mWake.get()) };
+    for (const auto& worker : mWorkers) {
+        watched.push_back(pollFor(worker->process->processDescriptor()));
+        if (worker->state != Worker::State::Ending)
+            watched.push_back(pollFor(worker->process->socket()));
+    }
+    for (const auto& process : mEndingProcesses)
+        watched.push_back(pollFor(process->processDescriptor()));
+
+    int milliseconds = -1;
+    if (const Moment deadline = nextDeadline(); deadline != Moment::max()) {
+        const auto left
+            = std::chrono::ceil<std::chrono::milliseconds>(deadline - steady_clock::now());
+        milliseconds = static_cast<int>(std::max<std::int64_t>(left.count(), 0));
+    }
+    poll(watched.data(), watched.size(), milliseconds);
+    std::uint64_t count = 0;
+    [[maybe_unused]] const ssize_t got = read(mWake.get(), &count, sizeof count);
+}
+
+DecoderPool::Moment DecoderPool::nextDeadline() const
+{
+    Moment next = Moment::max();
+    for (const auto& worker : mWorkers) {
+        if (worker->state != Worker::State::Idle)
+            next = std::min(next, worker->deadline);
+    }
+    return next;
+}
+
+void DecoderPool::serve(Worker& worker)
+{
+    FromDecoder message;
+    while (worker.process && worker.state != Worker::State::Ending) {
+        const Received received = worker.process->receive(message);
+        if (received == Received::Nothing)
+            break;
+        if (received == Received::Message) {
+            handle(worker, message);
+        } else if (received == Received::End) {
+            worker.state = Worker::State::Ending;
+            worker.deadline = steady_clock::now() + kEndLimit;
+        } else {
+            handleSilence(worker);
+        }
+    }
+    if (!worker.process)
+        return;
+    if (const auto signal = worker.process->endSignal())
+        handleEnd(worker, *signal);
+    else if (worker.state != Worker::State::Idle && steady_clock::now() >= worker.deadline)
+        handleSilence(worker);
+}
+
+void DecoderPool::handle(Worker& worker, const FromDecoder& message)
+{
+    using Kind = FromDecoder::Kind;
+    const bool isExpected = message.kind == Kind::Ready ? worker.state == Worker::State::Starting
+        : message.kind == Kind::Opened                  ? worker.state == Worker::State::Opening
+        : message.kind == Kind::Rendered                ? worker.state == Worker::State::Rendering
+                                                        : worker.isWorking();
+    if (!isExpected) {
+        handleSilence(worker); // It talks, but not sense.
+        return;
+    }
+    switch (message.kind) {
+    case Kind::Ready:
+        handleReady(worker, message);
+        break;
+    case Kind::Opened:
+        worker.orientation = std::clamp(message.orientation, 1, 8);
+        handleOpened(worker, { message.width, message.height });
+        break;
+    case Kind::Rendered:
+        handleRendered(worker, message.isOpaque != 0);
+        break;
+    case Kind::Failed:
+        answer(worker, tl::make_unexpected(errorIn(message)));
+        break;
+    }
+}
+
+void DecoderPool::handleReady(Worker& worker, const FromDecoder& message)
+{
+    worker.state = Worker::State::Idle;
+    mFailedStarts = 0;
+    if (message.text.front() != '\0' && !std::exchange(mHasToldProtections, true))
+        qInfo("This kernel cannot confine the decoder by: %s", message.text.data());
+}
+
+void DecoderPool::handleOpened(Worker& worker, QSize size)
+{
+    if (size.isEmpty() || std::max(size.width(), size.height()) > kSideLimit) {
+        handleSilence(worker);
+        return;
+    }
+    if (worker.job->isCancelled) {
+        answer(worker, fail(ErrorKind::Other, {}));
+        return;
+    }
+    const auto& sizeFor = worker.job->request.sizeFor;
+    const QSize wanted = sizeFor ? sizeFor(size) : size;
+    const qint64 pixels = qint64(wanted.width()) * wanted.height();
+    bool isNew = false;
+    if (!wanted.isEmpty() && pixels <= kPixelLimit)
+        worker.buffer = worker.process->buffers().take(size_t(pixels) * kBytesPerPixel, isNew);
+    if (!worker.buffer) {
+        answer(worker,
+            fail(ErrorKind::TooLarge,
+                QStringLiteral("%1x%2").arg(wanted.width()).arg(wanted.height())));
+        return;
+    }
+    worker.pictureSize = size;
+    worker.wantedSize = wanted;
+    worker.state = Worker::State::Rendering;
+    worker.deadline = steady_clock::now() + mOptions.answerLimit;
+    ToDecoder message { ToDecoder::Kind::Forget };
+    for (const std::uint64_t number : worker.process->buffers().takeForgotten()) {
+        message.buffer = number;
+        worker.process->send(message);
+    }
+    message = { ToDecoder::Kind::Render, 0, wanted.width(), wanted.height(), worker.buffer->number,
+        worker.buffer->memory->size() };
+    worker.process->send(message, isNew ? worker.buffer->memory->descriptor() : -1);
+}
+
+void DecoderPool::handleRendered(Worker& worker, bool isOpaque)
+{
+    const auto* const bits = reinterpret_cast<const uchar*>(worker.buffer->memory->data());
+    const auto format = isOpaque ? PixelBuffer::Format::Opaque : PixelBuffer::Format::Premultiplied;
+    const QSize size = worker.wantedSize;
+    answer(worker,
+        DecodeAnswer { PixelBuffer(worker.buffer, bits, size,
+                           qsizetype(size.width()) * kBytesPerPixel, format),
+            worker.pictureSize, worker.orientation });
+}
+
+void DecoderPool::answer(Worker& worker, Result<DecodeAnswer> result)
+{
+    const auto job = std::exchange(worker.job, nullptr);
+    worker.buffer = nullptr;
+    worker.state = Worker::State::Idle;
+    if (worker.served >= kServiceLimit)
+        retire(worker);
+    if (!job->isCancelled)
+        job->done(std::move(result));
+    mQueue.finish(job);
+}
+
+/// It says nothing, or nothing sensible.
+void DecoderPool::handleSilence(Worker& worker)
+{
+    if (worker.state == Worker::State::Starting)
+        ++mFailedStarts;
+    tryAgain(worker, false);
+    retire(worker);
+}
+
+void DecoderPool::handleEnd(Worker& worker, int signal)
+{
+    const bool wasKilled = signal == SIGKILL || signal == SIGTERM;
+    if (worker.state == Worker::State::Starting || (worker.served == 0 && !worker.job))
+        mFailedStarts += wasKilled ? 0 : 1;
+    tryAgain(worker, wasKilled);
+    worker.process = nullptr;
+}
+
+void DecoderPool::tryAgain(Worker& worker, bool wasKilled)
+{
+    worker.buffer = nullptr;
+    const auto job = std::exchange(worker.job, nullptr);
+    if (!job || job->isCancelled)
+        return;
+    ++(wasKilled ? job->kills : job->breaks);
+    if (job->breaks < kBreakLimit && job->kills < kKillLimit) {
+        job->needsFresh = true;
+        mQueue.putBack(job);
+        return;
+    }
+    job->done(fail(ErrorKind::Damaged, QStringLiteral("it breaks the decoder")));
+    mQueue.finish(job);
+}
+
+void DecoderPool::assignJobs()
+{
+    auto working = std::count_if(
+        mWorkers.begin(), mWorkers.end(), [](const auto& worker) { return worker->isWorking(); });
+    while (working < mOptions.workers) {
+        const auto next = mQueue.first();
+        Worker* const worker = next ? idleWorker(next->needsFresh) : nullptr;
+        if (!worker)
+            break;
+        const auto job = mQueue.take(worker->served == 0);
+        if (!job)
+            break; // Cancelled meanwhile.
+        begin(*worker, job);
+        ++working;
+    }
+    makeRoom();
+}
+
+/// For a file that may have any decoder one that has worked already, so that fresh ones remain.
+DecoderPool::Worker* DecoderPool::idleWorker(bool isFresh) const
+{
+    Worker* found = nullptr;
+    for (const auto& worker : mWorkers) {
+        const bool suits = worker->process && worker->state == Worker::State::Idle
+            && (worker->served == 0 || !isFresh);
+        if (suits && (!found || worker->served > found->served))
+            found = worker.get();
+    }
+    return found;
+}
+
+void DecoderPool::begin(Worker& worker, const DecodeQueue::JobPointer& job)
+{
+    worker.job = job;
+    worker.state = Worker::State::Opening;
+    worker.deadline = steady_clock::now() + mOptions.answerLimit;
+    ++worker.served;
+    // If it is gone already, its end is the next that is heard of it.
+    worker.process->send(
+        { ToDecoder::Kind::Open, static_cast<std::uint32_t>(job->request.what) }, job->file.get());
+}
+
+/// Ends a decoder that stands in the way of the next file: one whose work nobody wants any more,
+/// or, when a fresh one is needed, one that is not.
+void DecoderPool::makeRoom()
+{
+    const auto next = mQueue.first();
+    const bool isSomeStarting = std::any_of(mWorkers.begin(), mWorkers.end(),
+        [](const auto& worker) { return worker->state == Worker::State::Starting; });
+    if (!next || isSomeStarting)
+        return;
+    for (const auto& worker : mWorkers) {
+        const bool isUnwanted = worker->isWorking() && worker->job->isCancelled;
+        const bool isUsedUp = next->needsFresh && worker->state == Worker::State::Idle
+            && worker->served > 0 && !idleWorker(true);
+        if (isUnwanted || isUsedUp) {
+            worker->job = nullptr;
+            retire(*worker);
+            wake();
+            break;
+        }
+    }
+    std::erase_if(mWorkers, [](const auto& worker) { return !worker->process; });
+}
+
+void DecoderPool::retire(Worker& worker)
+{
+    worker.process->buffers().close();
+    worker.process->kill();
+    mEndingProcesses.push_back(std::move(worker.process));
+}
+
+/// One after the other: at the start the first picture is not to wait for the last decoder.
+void DecoderPool::replaceWorkers()
+{
+    const bool isSomeStarting = std::any_of(mWorkers.begin(), mWorkers.end(),
+        [](const auto& worker) { return worker->state == Worker::State::Starting; });
+    if (isSomeStarting || mWorkers.size() > static_cast<size_t>(mOptions.workers))
+        return;
+    if (mFailedStarts >= kFailedStartLimit) {
+        giveUpStarting();
+        return;
+    }
+    auto worker = std::make_unique<Worker>();
+    worker->process = DecoderProcess::start(mOptions.program);
+    worker->deadline = steady_clock::now() + mOptions.answerLimit;
+    if (worker->process) {
+        mWorkers.push_back(std::move(worker));
+    } else {
+        ++mFailedStarts;
+        wake();
+    }
+}
+
+/// Until somebody wants something again: then there is one more attempt.
+void DecoderPool::giveUpStarting()
+{
+    if (!mWorkers.empty() || !mQueue.first())
+        return;
+    qWarning("The decoder %s cannot be started.", mOptions.program.constData());
+    while (const auto job = mQueue.take(true)) {
+        job->done(fail(ErrorKind::Other, QStringLiteral("the decoder cannot be started")));
+        mQueue.finish(job);
+    }
+    mFailedStarts = kFailedStartLimit - 1;
+}
+
+} // namespace quorvane

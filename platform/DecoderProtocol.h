@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the viewer and its decoder say to each other.
+//
+// Over a socket that keeps messages apart (SOCK_SEQPACKET); each message is one of these
+// structures. The decoder says Ready once. For a file the viewer sends Open with the file's
+// descriptor; the decoder answers Opened or Failed. Then the viewer, knowing the size, sends
+// Render; the decoder answers Rendered or Failed. Either may be followed by the next Open. Both
+// programs are of one build, so there are no versions.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace quorvane {
+
+/// The decoder's end of the socket, in the decoder.
+constexpr int kDecoderSocket = 3;
+
+/// From the viewer. Fields that a kind does not name mean nothing.
+struct ToDecoder {
+    enum class Kind : std::uint32_t {
+        Open, ///< `what`; a descriptor comes along.
+        Render, ///< `width`, `height`, `buffer`, `bufferSize`; the first time that a buffer is
+                ///< named, its descriptor comes along.
+        Forget, ///< `buffer` will not be named again. No answer.
+    };
+    Kind kind = Kind::Open;
+    std::uint32_t what = 0; ///< DecodeRequest::What.
+    std::int32_t width = 0; ///< Of the pixels wanted, four bytes, without gaps
+    std::int32_t height = 0; ///< between the rows.
+    std::uint64_t buffer = 0;
+    std::uint64_t bufferSize = 0; ///< Bytes; at least those of the pixels.
+};
+
+/// From the decoder. The viewer trusts nothing in it.
+struct FromDecoder {
+    enum class Kind : std::uint32_t {
+        Ready, ///< `text`: what this kernel lacks to confine the decoder.
+        Opened, ///< `width`, `height` of the picture, as large as it is, and `orientation`.
+        Rendered, ///< `isOpaque`. The pixels are in the buffer.
+        Failed, ///< `error`, `text`.
+    };
+    Kind kind = Kind::Ready;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    std::int32_t orientation = 1; ///< How to turn what will be rendered: 1 unless as stored.
+    std::uint32_t isOpaque = 0;
+    std::uint32_t error = 0; ///< ErrorKind.
+    std::array<char, 232> text {}; ///< UTF-8, ended by a zero.
+};
+
+} // namespace quorvane

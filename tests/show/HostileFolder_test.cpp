@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Files that break decoders, and somebody who kills them.
+#include "ShowTest.h"
+
+#include <QDir>
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <thread>
+
+namespace quorvane::show {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// The processes that the viewer has started: its decoders.
+std::vector<pid_t> decodersOf(pid_t viewer)
+{
+    std::vector<pid_t> decoders;
+    std::error_code error;
+    const std::filesystem::path tasks = "/proc/" + std::to_string(viewer) + "/task";
+    for (const auto& task : std::filesystem::directory_iterator(tasks, error)) {
+        std::ifstream children(task.path() / "children");
+        for (pid_t decoder = 0; children >> decoder;)
+            decoders.push_back(decoder);
+    }
+    return decoders;
+}
+
+/// Ends one of the viewer's decoders, whichever, again and again.
+class DecoderKiller {
+public:
+    DecoderKiller(pid_t viewer, std::chrono::milliseconds pause)
+        : mThread([this, viewer, pause] { work(viewer, pause); })
+    {
+    }
+    ~DecoderKiller()
+    {
+        mIsOver = true;
+        mThread.join();
+    }
+    DecoderKiller(const DecoderKiller&) = delete;
+    DecoderKiller& operator=(const DecoderKiller&) = delete;
+
+    int kills() const { return mKills; }
+
+private:
+    void work(pid_t viewer, std::chrono::milliseconds pause)
+    {
+        std::mt19937 random(1); // The same victims in every run, as far as time allows.
+        while (!mIsOver) {
+            const auto decoders = decodersOf(viewer);
+            if (!decoders.empty() && ::kill(decoders[random() % decoders.size()], SIGKILL) == 0)
+                ++mKills;
+            std::this_thread::sleep_for(pause);
+        }
+    }
+
+    std::atomic<bool> mIsOver = false;
+    std::atomic<int> mKills = 0;
+    std::thread mThread;
+};
+
+struct HostileFolder : ShowTest { };
+
+TEST_F(HostileFolder, LosesNoSlideWhileDecodersAreKilledAtRandom)
+{
+    const std::vector<Pixel> colours { kRed, kGreen, kBlue, kYellow, kMagenta, kCyan };
+    for (int i = 0; i < 12; ++i) {
+        const QByteArray name = QByteArray::number(i + 10) + ".png";
+        pictures.writeSolid(name, colours[static_cast<size_t>(i) % colours.size()], { 2000, 1500 });
+    }
+    startShow();
+    ASSERT_TRUE(ready(kRed));
+
+    desktop.startRecording(middle());
+    const DecoderKiller killer(viewer->pid(), 20ms);
+    for (size_t i = 1; i < 24; ++i)
+        ASSERT_TRUE(leadsTo(XK_Right, colours[i % colours.size()])) << i;
+
+    EXPECT_GT(killer.kills(), 10);
+    EXPECT_TRUE(showedOnly({ colours.begin(), colours.end() }, desktop.takeRecording()));
+}
+
+TEST_F(HostileFolder, ShowsTheNextSlideWhenADecoderIsStopped)
+{
+    pictures.writeSolid("1.png", kRed);
+    pictures.writeSolid("2.png", kGreen);
+    pictures.writeSolid("3.png", kBlue);
+    startShow();
+    ASSERT_TRUE(ready(kRed));
+    ASSERT_TRUE(leadsTo(XK_Right, kGreen));
+
+    // They neither end nor answer; what is kept is shown all the same, the rest after a while.
+    const auto decoders = decodersOf(viewer->pid());
+    ASSERT_FALSE(decoders.empty());
+    ::kill(decoders.front(), SIGSTOP);
+
+    EXPECT_TRUE(leadsTo(XK_Left, kRed));
+    EXPECT_TRUE(leadsTo(XK_Right, kGreen));
+}
+
+TEST_F(HostileFolder, PassesOverPicturesThatAreBombs)
+{
+    pictures.writeSolid("1.png", kRed);
+    // Sixty thousand pixels a side, and nothing behind the header.
+    pictures.write("2.png",
+        QByteArray::fromBase64("iVBORw0KGgoAAAANSUhEUgAA6mAAAOpgCAIAAAAPsOIV")
+            + encoded(solidPicture(kCyan), "png").mid(33));
+    pictures.write("3.ppm", "P6 60000 60000 255\n");
+    pictures.writeSolid("4.png", kGreen);
+    startShow();
+    ASSERT_TRUE(ready(kRed));
+
+    desktop.startRecording(middle());
+    for (int i = 0; i < 4 && desktop.colourAt(middle()) != kGreen; ++i) {
+        desktop.key(XK_Right);
+        desktop.pause(500ms);
+    }
+
+    EXPECT_EQ(desktop.colourAt(middle()), kGreen);
+    EXPECT_TRUE(quits());
+}
+
+} // namespace
+
+} // namespace quorvane::show
