@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/ColorProfile.h"
 
+#include "decoder/MatrixConversion.h"
+
 #include <lcms2.h>
 
 #include <algorithm>
@@ -9,6 +11,7 @@
 #include <cstdlib>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -83,12 +86,24 @@ public:
     /// Between two of the library's pixel formats. Null when the library refuses.
     Transform transform(cmsUInt32Number from, cmsUInt32Number to);
 
+    /// For 16 bits of red, green and blue. Null when transform() must do.
+    const MatrixConversion* deepConversion();
+
 private:
     const Handle mHandle;
     const Model mModel;
     std::mutex mMutex;
     std::map<std::pair<cmsUInt32Number, cmsUInt32Number>, Transform> mTransforms;
+    std::once_flag mDeepIsTried;
+    std::optional<MatrixConversion> mDeep;
 };
+
+const MatrixConversion* SourceProfile::deepConversion()
+{
+    std::call_once(mDeepIsTried,
+        [this] { mDeep = MatrixConversion::between(mHandle.get(), targetProfile()); });
+    return mDeep ? &*mDeep : nullptr;
+}
 
 Transform SourceProfile::transform(cmsUInt32Number from, cmsUInt32Number to)
 {
@@ -96,9 +111,8 @@ Transform SourceProfile::transform(cmsUInt32Number from, cmsUInt32Number to)
     Transform& made = mTransforms[{ from, to }];
     if (!made) {
         const bool hasAlpha = T_EXTRA(from) != 0 && T_EXTRA(to) != 0;
-        const bool isDeep = T_BYTES(from) == 2 && T_CHANNELS(from) == 3;
-        const cmsUInt32Number flags = cmsFLAGS_BLACKPOINTCOMPENSATION
-            | (hasAlpha ? cmsFLAGS_COPY_ALPHA : 0U) | (isDeep ? cmsFLAGS_HIGHRESPRECALC : 0U);
+        const cmsUInt32Number flags
+            = cmsFLAGS_BLACKPOINTCOMPENSATION | (hasAlpha ? cmsFLAGS_COPY_ALPHA : 0U);
         const cmsHTRANSFORM fresh = cmsCreateTransformTHR(
             context(), mHandle.get(), from, targetProfile(), to, INTENT_PERCEPTUAL, flags);
         if (fresh)
@@ -113,14 +127,18 @@ std::vector<QRgb> greyTable(SourceProfile& source, Depth depth)
     const bool isDeep = depth == Depth::Bits16;
     const size_t count = isDeep ? 65536 : 256;
     const size_t channels = source.model() == Model::Gray ? 1 : 3;
-    const cmsUInt32Number from = channels == 1 ? TYPE_GRAY_16 : TYPE_RGB_16;
-    const Transform transform = source.transform(from, TYPE_BGRA_8);
-    if (!transform)
-        return {};
     std::vector<quint16> greys(count * channels);
     for (size_t i = 0; i < greys.size(); ++i)
         greys[i] = static_cast<quint16>(i / channels * (isDeep ? 1 : 257));
     std::vector<QRgb> table(count, 0xFFFFFFFF);
+    if (const MatrixConversion* const deep = channels == 3 ? source.deepConversion() : nullptr) {
+        deep->convert(greys.data(), 3, table.data(), static_cast<int>(count));
+        return table;
+    }
+    const Transform transform
+        = source.transform(channels == 1 ? TYPE_GRAY_16 : TYPE_RGB_16, TYPE_BGRA_8);
+    if (!transform)
+        return {};
     cmsDoTransform(
         transform.get(), greys.data(), table.data(), static_cast<cmsUInt32Number>(count));
     return table;
@@ -292,6 +310,12 @@ QRgb premultiplied(int red, int green, int blue, int alpha)
     return qPremultiply(qRgba(red, green, blue, alpha));
 }
 
+/// `opaque` with so much opacity, multiplied in.
+QRgb withOpacity(QRgb opaque, int alpha)
+{
+    return qPremultiply((opaque & RGB_MASK) | (static_cast<QRgb>(alpha) << 24U));
+}
+
 constexpr int channelsOf(Layout layout)
 {
     switch (layout) {
@@ -374,9 +398,7 @@ void convertGreys(const Samples& samples, const std::vector<QRgb>& table, QImage
         QRgb* const to = pixelsOf(image, y);
         for (int x = 0; x < image.width(); ++x, at += hasAlpha ? 2 : 1) {
             const QRgb opaque = table[*at];
-            to[x] = hasAlpha
-                ? qPremultiply((opaque & RGB_MASK) | (static_cast<QRgb>(byteOf(at[1])) << 24U))
-                : opaque;
+            to[x] = hasAlpha ? withOpacity(opaque, byteOf(at[1])) : opaque;
         }
     }
 }
@@ -397,7 +419,7 @@ QRgb throughTable(QRgb pixel, const std::vector<QRgb>& table)
     if (alpha == 255)
         return table[static_cast<size_t>(qBlue(pixel))];
     const auto grey = static_cast<size_t>(qBlue(qUnpremultiply(pixel)));
-    return qPremultiply((table[grey] & RGB_MASK) | (static_cast<QRgb>(alpha) << 24U));
+    return withOpacity(table[grey], alpha);
 }
 
 /// The library's name for the samples' layout: of colours or inks.
@@ -456,9 +478,29 @@ bool convertColoursInPlace(SourceProfile& source, QImage& image)
     return transform != nullptr;
 }
 
+/// 16 bits of red, green, blue and perhaps opacity.
+void convertDeepColours(const MatrixConversion& conversion, const Samples& samples, QImage& image)
+{
+    const int channels = channelsOf(samples.layout);
+    for (int y = 0; y < image.height(); ++y) {
+        const auto* at = static_cast<const quint16*>(rowOf(samples, y));
+        QRgb* const row = pixelsOf(image, y);
+        conversion.convert(at, channels, row, image.width());
+        if (samples.layout != Layout::Rgba)
+            continue;
+        for (int x = 0; x < image.width(); ++x, at += channels)
+            row[x] = withOpacity(row[x], byteOf(at[3]));
+    }
+}
+
 /// Samples of colours or inks.
 bool convertColours(SourceProfile& source, const Samples& samples, QImage& image)
 {
+    const bool isDeep = samples.depth == Depth::Bits16 && source.model() == Model::Rgb;
+    if (const MatrixConversion* const deep = isDeep ? source.deepConversion() : nullptr) {
+        convertDeepColours(*deep, samples, image);
+        return true;
+    }
     const Transform transform = source.transform(formatOf(samples), TYPE_BGRA_8);
     for (int y = 0; transform && y < image.height(); ++y) {
         QRgb* const row = pixelsOf(image, y);

@@ -278,11 +278,14 @@ bool refuseWithTheRightNumber(const Filter& filter)
 {
     return addAll(filter, SCMP_ACT_ERRNO(EACCES),
                { SCMP_SYS(open), SCMP_SYS(openat), SCMP_SYS(openat2), SCMP_SYS(creat),
-                   SCMP_SYS(stat), SCMP_SYS(lstat), SCMP_SYS(statx), SCMP_SYS(access),
-                   SCMP_SYS(faccessat), SCMP_SYS(faccessat2), SCMP_SYS(readlink),
+                   SCMP_SYS(stat), SCMP_SYS(lstat), SCMP_SYS(statx), SCMP_SYS(readlink),
                    SCMP_SYS(readlinkat) })
         && add(filter, SCMP_ACT_ERRNO(EACCES), SCMP_SYS(newfstatat),
             { { 3, SCMP_CMP_NE, AT_EMPTY_PATH, 0 } })
+        // "Yes" to everything, without looking: the libraries that draw text ask whether the file
+        // of a font that they have open is still there.
+        && addAll(filter, SCMP_ACT_ERRNO(0),
+            { SCMP_SYS(access), SCMP_SYS(faccessat), SCMP_SYS(faccessat2) })
         && add(filter, SCMP_ACT_ERRNO(ENOTTY), SCMP_SYS(ioctl))
         && add(filter, SCMP_ACT_ERRNO(ENOTSOCK), SCMP_SYS(getpeername))
         // Its flags lie in memory where a filter cannot see them; the C library then uses clone().

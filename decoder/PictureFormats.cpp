@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/PictureFormats.h"
 
+#include "decoder/AvPictureReader.h"
+#include "decoder/BmpReader.h"
 #include "decoder/ExrReader.h"
 #include "decoder/FileBytes.h"
 #include "decoder/HeifReader.h"
+#include "decoder/IconReader.h"
 #include "decoder/Jpeg2000Reader.h"
 #include "decoder/JpegReader.h"
 #include "decoder/JxlReader.h"
+#include "decoder/PfmReader.h"
 #include "decoder/PngReader.h"
+#include "decoder/PsdReader.h"
+#include "decoder/QtReader.h"
 #include "decoder/RadianceReader.h"
 #include "decoder/RawReader.h"
 #include "decoder/SvgReader.h"
@@ -50,6 +56,20 @@ std::span<const PictureFormat> pictureFormats()
         { "OpenEXR", isExr, openExr },
         { "Radiance", isRadiance, openRadiance },
         { "SVG", isSvg, openSvg },
+        { "GIF", isGif, openGif },
+        { "Photoshop document", isPsd, openPsd },
+        { "Macintosh icon", isIcns, openIcns },
+        { "DirectDraw surface", isDds, openDds },
+        { "portable arbitrary map", isPam, openPam },
+        { "portable float map", isPfm, openPfm },
+        { "XPM", isXpm, openXpm },
+        { "BMP", isBmp, openBmp },
+        { "portable anymap", isPnm, openPnm },
+        { "SGI", isSgi, openSgi },
+        { "Windows icon", isIco, openIco },
+        { "PCX", isPcx, openPcx },
+        { "XBM", isXbm, openXbm },
+        { "TGA", isTga, openTga },
     };
     return formats;
 }

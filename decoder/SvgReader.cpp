@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/SvgReader.h"
 
+#include "decoder/DrawingFonts.h"
 #include "decoder/FileBytes.h"
 
 #include <QString>
@@ -21,8 +22,9 @@ namespace {
 /// What compressed text may grow to; drawings of a few megabytes exist, more is a bomb.
 constexpr qsizetype kInflatedLimit = 32 << 20;
 
-/// Dots per inch, which CSS fixes.
-constexpr double kDotsPerInch = 96;
+/// Dots per inch of a drawing measured in inches or millimetres, as printers count; it only matters
+/// where pictures are shown in their own size.
+constexpr double kDotsPerInch = 72;
 
 /// The size of a replaced element that says nothing about its own. \source CSS 2.2, 10.3.2.
 constexpr QSizeF kDefaultSize { 300, 150 };
@@ -195,7 +197,8 @@ std::optional<double> pixelsOf(gboolean isGiven, const RsvgLength& length)
 QSizeF inkSize(RsvgHandle* drawing)
 {
     RsvgRectangle ink {};
-    if (!rsvg_handle_get_geometry_for_element(drawing, nullptr, &ink, nullptr, nullptr))
+    const RsvgRectangle viewport { 0, 0, kDefaultSize.width(), kDefaultSize.height() };
+    if (!rsvg_handle_get_geometry_for_layer(drawing, nullptr, &viewport, &ink, nullptr, nullptr))
         return kDefaultSize;
     const double width = ink.x + ink.width;
     const double height = ink.y + ink.height;
@@ -303,13 +306,14 @@ Drawing drawingOf(const QByteArray& text)
     return drawing;
 }
 
-/// Text in the usual families and styles. Nine fonts: the library keeps ten files open.
+/// Text in the usual families and styles.
 QByteArray sampleText()
 {
     QByteArray text
         = QByteArrayLiteral("<svg xmlns='http://www.w3.org/2000/svg' width='64' height='64'>");
     for (const char* family : { "sans-serif", "serif", "monospace" }) {
-        for (const char* style : { "", "font-weight='bold'", "font-style='italic'" }) {
+        for (const char* style : { "", "font-weight='bold'", "font-style='italic'",
+                 "font-weight='bold' font-style='italic'" }) {
             text += QByteArray("<text y='20' font-family='") + family + "' " + style
                 + ">Aa1 &#xe9;&#x3b1;&#x416;</text>";
         }
@@ -341,6 +345,7 @@ OpenedPicture openSvg(FileBytes& file)
 
 void warmUpSvgText()
 {
+    keepUsualFonts();
     FileBytes file(sampleText());
     if (auto reader = openSvg(file)) {
         (void)(*reader)->decode(

@@ -17,9 +17,8 @@ OpenedPicture openSvg(FileBytes& file);
 
 /// Draws a little of everything that the libraries behind this reader look up in files when it is
 /// first used: above all text in the usual families and styles, whose fonts they then keep open.
-/// Called once, before the process gives up opening files. Later they only ask with access()
-/// whether the file of such a font is there, which must succeed; text in any other installed font
-/// is then drawn as boxes.
+/// Called once, before the process gives up opening files; see keepUsualFonts(). Later they only
+/// ask with access() whether the file of such a font is there, which must succeed.
 void warmUpSvgText();
 
 } // namespace quorvane

@@ -193,7 +193,9 @@ ToneCurve curveFor(const LightStatistics& light)
     if (fits || light.mean <= 0)
         return { 1, std::max(1.0F, light.brightest) };
     const float aim = std::clamp(light.mean, kDarkestMean, kBrightestMean);
-    const float gain = std::min(aim / light.mean, kLargestGain);
+    // Never so dark that not even the brightest is white.
+    const float least = std::min(1.0F, 1 / light.brightest);
+    const float gain = std::clamp(aim / light.mean, least, kLargestGain);
     return { gain, light.brightest * gain };
 }
 

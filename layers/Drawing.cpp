@@ -27,8 +27,12 @@ std::vector<Draw> drawList(const Layer& root)
 
 QRect deviceRect(const QRectF& rect, double viewHeight, double pixelRatio)
 {
-    const auto toPixels
-        = [&](double points) { return static_cast<int>(std::lround(points * pixelRatio)); };
+    // A long strip that fills the screen by its shorter side may reach beyond all numbers.
+    constexpr double kFarthest = 1 << 29;
+    const auto toPixels = [&](double points) {
+        return static_cast<int>(
+            std::lround(std::clamp(points * pixelRatio, -kFarthest, kFarthest)));
+    };
     const int left = toPixels(rect.left());
     const int top = toPixels(viewHeight - rect.bottom());
     const int right = toPixels(rect.right());

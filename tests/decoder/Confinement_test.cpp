@@ -235,7 +235,9 @@ const Attempt kAttempts[] = {
             return numberOf(stat("/etc/passwd", &status));
         },
         EACCES },
-    { "Access", [] { return numberOf(access("/etc/passwd", R_OK)); }, EACCES },
+    // The same answer for all names, so that it tells nothing.
+    { "LearnThatAFileExists", [] { return numberOf(access("/etc/passwd", R_OK)); }, 0 },
+    { "LearnThatNoFileExists", [] { return numberOf(access("/nonexistent", R_OK)); }, 0 },
     { "ReadLink",
         [] {
             char target[64];

@@ -95,9 +95,9 @@ TEST(HeifReader, DecodesColoursAndTransparency)
     EXPECT_EQ(image->format(), QImage::Format_ARGB32_Premultiplied);
     const QRgb pixel = image->pixel(32, 24);
     EXPECT_NEAR(qAlpha(pixel), 128, 3);
-    EXPECT_NEAR(qRed(pixel), 200, 6);
-    EXPECT_NEAR(qGreen(pixel), 40, 6);
-    EXPECT_NEAR(qBlue(pixel), 90, 6);
+    EXPECT_NEAR(qRed(pixel), 100, 6);
+    EXPECT_NEAR(qGreen(pixel), 20, 6);
+    EXPECT_NEAR(qBlue(pixel), 45, 6);
 }
 
 TEST(HeifReader, MakesNoMorePixelsThanAreWanted)

@@ -747,11 +747,12 @@ TEST_F(SVImageCacheTest, OpensWhatIsRequestedBeforeAllThatIsAhead)
 TEST_F(SVImageCacheTest, OpensWhatWasToBeReadAheadBeforeAllThatIsAheadOnceItIsRequested)
 {
     const FileURL url = red();
+    DecodingCounter counter;
     const Stop ahead;
     const BusyPool pool;
     DispatchQueue::global().async([ahead] { ahead.halt(); }, DispatchQueue::Priority::Ahead);
     cache.readAhead(url, smallTarget);
-    request(url);
+    cache.requestImageWithURL(url, counter.target(kTarget), answers.completion());
 
     pool.releaseOne();
     ahead.waitForArrival();
@@ -760,6 +761,9 @@ TEST_F(SVImageCacheTest, OpensWhatWasToBeReadAheadBeforeAllThatIsAheadOnceItIsRe
 
     EXPECT_EQ(answers.count(), 1U);
     ahead.release();
+    pool.release();
+    settle();
+    EXPECT_EQ(counter.count(), 1); // Not once more where it had its place first.
 }
 
 TEST_F(SVImageCacheTest, DecodesAheadBeforeAnyThumbnail)

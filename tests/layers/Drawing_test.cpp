@@ -451,5 +451,15 @@ TEST(Paint, RoundsAHalfPixelLikeItsNeighbours)
         (Rows { ".........", ".........", "rrrrrgggg", "rrrrrgggg", "rrrrrgggg", "rrrrrgggg" }));
 }
 
+TEST(DeviceRect, BoundsAStripThatReachesBeyondAllNumbers)
+{
+    const QRect strip = deviceRect({ -1e12, 0, 2e12, 1080 }, 1080, 1);
+
+    EXPECT_EQ(strip.top(), 0);
+    EXPECT_EQ(strip.height(), 1080);
+    EXPECT_GT(strip.width(), 1 << 29);
+    EXPECT_LT(strip.left(), 0);
+}
+
 } // namespace
 } // namespace quorvane
