@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QRect>
+#include <QtEndian>
 
 #include <algorithm>
 #include <array>
@@ -162,6 +163,22 @@ int numberAfter(const QList<QByteArray>& words, const char* name)
     return at < 0 ? 0 : words.value(at + 1).toInt();
 }
 
+// ---- PCX
+
+/// Whether all rows are there, in their run-length code: the library fills up what is missing.
+bool hasAllPcxRows(const QByteArray& pcx, int height)
+{
+    constexpr qsizetype headerSize = 128;
+    qint64 missing = qint64(byteAt(pcx, 65)) * littleWordAt(pcx, 66) * height;
+    for (qsizetype at = headerSize; at < pcx.size() && missing > 0; ++at) {
+        const int code = byteAt(pcx, at);
+        const bool isRun = code >= 0xC0;
+        missing -= isRun ? code & 0x3F : 1;
+        at += isRun ? 1 : 0;
+    }
+    return missing <= 0;
+}
+
 // ---- TGA
 
 enum TgaType { Indexed = 1, TrueColour = 2, Grey = 3, RunLength = 8 };
@@ -251,14 +268,21 @@ bool isGif(const QByteArray& head)
 
 OpenedPicture openGif(FileBytes& file)
 {
-    const auto bytes = file.all();
+    auto bytes = file.all();
     if (!bytes)
         return tl::unexpected(bytes.error());
     const auto drawn = firstGifPicture(*bytes);
     if (!drawn)
         return damaged("the first picture is cut short");
-    return open(
-        AV_CODEC_ID_GIF, file, { littleWordAt(*bytes, 6), littleWordAt(*bytes, 8) }, *drawn);
+    const QRect canvas(0, 0, littleWordAt(*bytes, 6), littleWordAt(*bytes, 8));
+    const QSize size = canvas.united(*drawn).size();
+    if (size != canvas.size()) {
+        // A canvas that is too small for its first picture is as large as that, as in browsers.
+        qToLittleEndian(static_cast<quint16>(size.width()), bytes->data() + 6);
+        qToLittleEndian(static_cast<quint16>(size.height()), bytes->data() + 8);
+    }
+    FileBytes whole(std::move(*bytes));
+    return open(AV_CODEC_ID_GIF, whole, size, *drawn);
 }
 
 bool isPam(const QByteArray& head) { return head.startsWith("P7\n"); }
@@ -317,10 +341,14 @@ bool isPcx(const QByteArray& head)
 
 OpenedPicture openPcx(FileBytes& file)
 {
-    const QByteArray& head = file.head();
-    return open(AV_CODEC_ID_PCX, file,
-        { littleWordAt(head, 8) - littleWordAt(head, 4) + 1,
-            littleWordAt(head, 10) - littleWordAt(head, 6) + 1 });
+    const auto bytes = file.all();
+    if (!bytes)
+        return tl::unexpected(bytes.error());
+    const QSize size(littleWordAt(*bytes, 8) - littleWordAt(*bytes, 4) + 1,
+        littleWordAt(*bytes, 10) - littleWordAt(*bytes, 6) + 1);
+    if (!hasAllPcxRows(*bytes, size.height()))
+        return damaged("the picture is cut short");
+    return open(AV_CODEC_ID_PCX, file, size);
 }
 
 bool isTga(const QByteArray& head)

@@ -153,9 +153,6 @@ struct IcoEntry {
     bool isWhole;
     QSize size;
     int depth;
-
-    /// For comparing: what makes an entry the better one.
-    auto rank() const { return std::make_tuple(qint64(size.width()) * size.height(), depth); }
 };
 
 /// As the directory tells it, 0 meaning 256. It is often wrong; what it points to is better.
@@ -361,10 +358,14 @@ OpenedPicture openIco(FileBytes& file)
     if (!bytes)
         return tl::unexpected(bytes.error());
     const auto entries = icoEntries(*bytes);
-    const auto best = std::max_element(entries.begin(), entries.end(),
-        [](const IcoEntry& a, const IcoEntry& b) { return a.rank() < b.rank(); });
-    if (best == entries.end())
+    if (entries.empty())
         return damaged("no icons");
+    // The first picture of the file, in the deepest of the versions that there are in its size.
+    auto best = entries.begin();
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+        if (entry->size == best->size && entry->depth > best->depth)
+            best = entry;
+    }
     if (isPng(best->bytes))
         return best->isWhole ? openInside(best->bytes) : damaged("the icon is cut short");
     return openBitmap(best->bytes, best->isWhole);

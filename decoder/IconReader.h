@@ -13,8 +13,8 @@ class FileBytes;
 /// Icons and cursors of Windows.
 bool isIco(const QByteArray& head);
 
-/// The largest, of these the one with the most bits a pixel. \return Damaged when just that one
-/// is cut short.
+/// The first, in the version of its size that has the most bits a pixel. \return Damaged when just
+/// that one is cut short.
 OpenedPicture openIco(FileBytes& file);
 
 /// Icons of the Macintosh.

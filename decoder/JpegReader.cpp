@@ -116,6 +116,7 @@ struct Description {
     int orientation = 1;
     ColorProfile profile;
     bool areInksInverted = false;
+    bool isArithmetic = false;
 };
 
 Description descriptionOf(const QByteArray& jpeg)
@@ -123,7 +124,8 @@ Description descriptionOf(const QByteArray& jpeg)
     const auto segments = jpegSegments(jpeg);
     const PictureExif exif(exifDataOf(segments));
     const QByteArray icc = iccProfileOf(segments);
-    Description description { exif.orientation(), {}, hasAdobeSegment(segments) };
+    Description description { exif.orientation(), {}, hasAdobeSegment(segments),
+        isArithmetic(segments) };
     if (!icc.isEmpty())
         description.profile = ColorProfile::fromIcc(icc);
     else if (exif.isAdobeRgb())
@@ -161,6 +163,10 @@ private:
 
 Result<DecodedPicture> JpegReader::decode(QSize wanted, const ImageMaker& makeImage)
 {
+    // The decoder does not notice where the data of that coding end, and goes on with black or
+    // grey.
+    if (mDescription.isArithmetic && lacksEnd(mBytes))
+        return fail(ErrorKind::Damaged, QStringLiteral("ends too soon"));
     const QSize size = decodedSize(mForm.size, wanted);
     if (!isReasonable(size))
         return fail(

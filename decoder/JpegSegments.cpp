@@ -18,6 +18,10 @@ constexpr int kExif = 0xE1;
 constexpr int kProfile = 0xE2;
 constexpr int kAdobe = 0xEE;
 
+/// The frame headers of arithmetic coding: in sequence, and progressive.
+constexpr int kArithmetic = 0xC9;
+constexpr int kProgressiveArithmetic = 0xCA;
+
 /// Before each part of a profile: these letters, which part it is (counted from 1), and of how
 /// many.
 constexpr QByteArrayView kProfileLetters("ICC_PROFILE\0", 12);
@@ -88,6 +92,13 @@ bool hasAdobeSegment(const std::vector<JpegSegment>& segments)
 {
     return std::any_of(segments.begin(), segments.end(), [](const JpegSegment& one) {
         return one.kind == kAdobe && one.contents.startsWith("Adobe");
+    });
+}
+
+bool isArithmetic(const std::vector<JpegSegment>& segments)
+{
+    return std::any_of(segments.begin(), segments.end(), [](const JpegSegment& one) {
+        return one.kind == kArithmetic || one.kind == kProgressiveArithmetic;
     });
 }
 

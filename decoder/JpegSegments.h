@@ -26,4 +26,7 @@ QByteArray exifDataOf(const std::vector<JpegSegment>& segments);
 /// Whether the program that wrote the file stored its inks as Adobe's do: 0 is full ink.
 bool hasAdobeSegment(const std::vector<JpegSegment>& segments);
 
+/// Whether the pixels are coded arithmetically instead of in Huffman's way.
+bool isArithmetic(const std::vector<JpegSegment>& segments);
+
 } // namespace quorvane

@@ -9,7 +9,7 @@ declare -A packages=(
     [build]='g++ cmake ninja-build pkg-config ccache qt6-base-dev libqt6opengl6-dev qt6-svg-dev
         libgl-dev libexpected-dev libseccomp-dev
         libturbojpeg0-dev libexif-dev liblcms2-dev libpng-dev libwebp-dev libheif-dev libjxl-dev
-        librsvg2-dev libopenexr-dev libstb-dev libtiff-dev libopenjp2-7-dev libraw-dev libicns-dev
+        librsvg2-dev libopenexr-dev libfontconfig-dev libtiff-dev libopenjp2-7-dev libraw-dev libicns-dev
         libavformat-dev libavcodec-dev libavutil-dev libswscale-dev'
     # What the viewer loads only when it runs.
     [run]='qt6-qpa-plugins qt6-wayland libqt6svg6 shared-mime-info'

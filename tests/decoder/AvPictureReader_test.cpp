@@ -70,6 +70,16 @@ TEST(AvPictureReader, ShowsOnlyTheFirstOfSeveralPictures)
     EXPECT_EQ(image->pixel(1, 0), qRgb(0, 0, 255));
 }
 
+TEST(AvPictureReader, EnlargesTheCanvasOfAGifForAPictureBeyondIt)
+{
+    const QByteArray tooSmall = QByteArray(kGif).replace(6, 2, little(quint16(1)));
+
+    const auto image = decoded(tooSmall);
+
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->size(), QSize(3, 1));
+}
+
 TEST(AvPictureReader, CallsAGifCutShortDamaged)
 {
     for (qsizetype size = 6; size < kGif.size() - 1; ++size)
@@ -265,7 +275,7 @@ TEST(AvPictureReader, ReadsPcx)
     EXPECT_EQ(formatNameOf(file), "PCX");
     EXPECT_EQ(image->pixel(0, 0), qRgb(16, 32, 48));
     EXPECT_EQ(image->pixel(1, 0), qRgb(64, 80, 96));
-    EXPECT_EQ(errorOf(file.left(129)), ErrorKind::Damaged);
+    EXPECT_EQ(errorOf(file.chopped(1)), ErrorKind::Damaged);
 }
 
 TEST(AvPictureReader, ReadsDds)

@@ -115,21 +115,22 @@ TEST(IconReader, ReadsIndexedBitmaps)
     EXPECT_EQ(image->pixel(0, 1), qRgb(30, 20, 10));
 }
 
-TEST(IconReader, ShowsTheLargest)
+TEST(IconReader, ShowsTheFirst)
 {
     const QByteArray small = pngOf(16, Qt::red);
     const QByteArray large = pngOf(32, Qt::green);
 
-    for (const auto& entries :
-        { std::vector { small, large, kMasked }, std::vector { kMasked, large, small } }) {
-        const auto image = decoded(icoOf(entries));
-        ASSERT_TRUE(image);
-        EXPECT_EQ(image->size(), QSize(32, 32));
-        EXPECT_EQ(image->pixel(5, 5), qRgb(0, 255, 0));
-    }
+    const auto smallFirst = decoded(icoOf({ small, large, kMasked }));
+    const auto largeFirst = decoded(icoOf({ large, kMasked, small }));
+
+    ASSERT_TRUE(smallFirst && largeFirst);
+    EXPECT_EQ(smallFirst->size(), QSize(16, 16));
+    EXPECT_EQ(smallFirst->pixel(5, 5), qRgb(255, 0, 0));
+    EXPECT_EQ(largeFirst->size(), QSize(32, 32));
+    EXPECT_EQ(largeFirst->pixel(5, 5), qRgb(0, 255, 0));
 }
 
-TEST(IconReader, ShowsTheDeepestOfTheLargest)
+TEST(IconReader, ShowsTheDeepestInTheSizeOfTheFirst)
 {
     const QByteArray deep = deepBitmap(0xFF112233);
     for (const auto& entries : { std::vector { kMasked, deep }, std::vector { deep, kMasked } }) {

@@ -204,6 +204,29 @@ TEST(JpegReader, RefusesHalfAPictureBehindAWholeThumbnail)
     EXPECT_EQ(refusal(withThumbnail.chopped(whole.size() / 2)), ErrorKind::Damaged);
 }
 
+/// The four quarters, 16 x 16 pixels, coded arithmetically, which Qt does not write.
+QByteArray arithmeticJpeg()
+{
+    return QByteArray::fromBase64(
+        "/9j/4AAQSkZJRgABAQAAAQABAAD/2wBDAA0JCgsKCA0LCgsODg0PEyAVExISEyccHhcgLikxMC4pLSwzOko+"
+        "MzZGNywtQFdBRkxOUlNSMj5aYVpQYEpRUk//2wBDAQ4ODhMREyYVFSZPNS01T09PT09PT09PT09PT09PT09P"
+        "T09PT09PT09PT09PT09PT09PT09PT09PT09PT09PT0//yQARCAAQABADAREAAhEBAxEB/8wACgAQEAUBEBEF"
+        "/9oADAMBAAIRAxEAPwD/ACHiUuia5EbfJ9oBdn5wO1y9AmfA/9k=");
+}
+
+TEST(JpegReader, DecodesArithmeticFilesAndRefusesThemCutAnywhere)
+{
+    const QByteArray whole = arithmeticJpeg();
+    ASSERT_TRUE(whole.contains("\xFF\xC9"));
+
+    const auto pixels = decoded(whole);
+
+    ASSERT_TRUE(pixels);
+    EXPECT_EQ(tests::quarters(*pixels), QByteArray("rgbw"));
+    for (qsizetype length = 0; length < whole.size() - kEndSize; ++length)
+        EXPECT_TRUE(refusal(whole.left(length))) << length;
+}
+
 TEST(JpegReader, RefusesAHeaderThatBreaksAfterAWarning)
 {
     QByteArray bytes = jpeg(noise({ 24, 24 }));

@@ -56,7 +56,7 @@ TEST(SvgReader, TakesNothingElseForADrawing)
 TEST(SvgReader, FindsTheNaturalSize)
 {
     EXPECT_EQ(sizeOf(drawing("width='120' height='45'")), QSize(120, 45));
-    EXPECT_EQ(sizeOf(drawing("width='1in' height='2.54cm'")), QSize(96, 96));
+    EXPECT_EQ(sizeOf(drawing("width='1in' height='2.54cm'")), QSize(72, 72));
     EXPECT_EQ(sizeOf(drawing("viewBox='0 0 30 20'")), QSize(30, 20));
     EXPECT_EQ(sizeOf(drawing("width='60' viewBox='0 0 30 20'")), QSize(60, 40));
     EXPECT_EQ(sizeOf(drawing("width='50%' height='50%' viewBox='0 0 30 20'")), QSize(30, 20));
