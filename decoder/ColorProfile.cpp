@@ -151,6 +151,14 @@ bool looksTheSame(QRgb a, QRgb b)
         && std::abs(qBlue(a) - qBlue(b)) <= kInvisible;
 }
 
+std::vector<QRgb> sampleGreys()
+{
+    std::vector<QRgb> greys(256);
+    for (size_t i = 0; i < greys.size(); ++i)
+        greys[i] = 0xFF000000 | static_cast<QRgb>(i * 0x010101);
+    return greys;
+}
+
 /// Colours all over the cube, and every grey.
 std::vector<QRgb> sampleColours()
 {
@@ -162,17 +170,9 @@ std::vector<QRgb> sampleColours()
                 colours.push_back(qRgb(i * 255 / kSteps, j * 255 / kSteps, k * 255 / kSteps));
         }
     }
-    for (int grey = 0; grey < 256; ++grey)
-        colours.push_back(qRgb(grey, grey, grey));
+    const std::vector<QRgb> greys = sampleGreys();
+    colours.insert(colours.end(), greys.begin(), greys.end());
     return colours;
-}
-
-std::vector<QRgb> sampleGreys()
-{
-    std::vector<QRgb> greys;
-    for (int grey = 0; grey < 256; ++grey)
-        greys.push_back(qRgb(grey, grey, grey));
-    return greys;
 }
 
 enum class Usefulness { Unusable, SameAsTarget, Different };

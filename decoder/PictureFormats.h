@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// All picture formats that the decoder reads, in one table.
+// The formats that a decoder reads, in tables.
 #pragma once
 
 #include "decoder/PictureReader.h"
@@ -25,11 +25,26 @@ struct PictureFormat {
     OpenedPicture (*openThumbnail)(FileBytes& file) = nullptr;
 };
 
-/// Asked in this order: what lies in a file decides how it is decoded, never its name.
-std::span<const PictureFormat> pictureFormats();
+/// What a decoder can open.
+struct Formats {
+    /// Asked in this order: what lies in a file decides how it is decoded, never its name.
+    std::span<const PictureFormat> pictures;
+
+    /// The frame in the middle of a movie; nullptr where only photographs are known.
+    OpenedPicture (*openMovieFrame)(FileBytes& file) = nullptr;
+
+    /// To be called once, while the process can still open files.
+    void (*warmUp)() = nullptr;
+};
+
+/// JPEG, PNG and WebP.
+const Formats& photographFormats();
+
+/// Everything. Whoever is linked with this loads more than a hundred libraries.
+const Formats& allFormats();
 
 /// The first format that recognizes the file; nullptr for none. Page descriptions (PDF,
 /// PostScript) are no pictures.
-const PictureFormat* formatOf(FileBytes& file);
+const PictureFormat* formatOf(FileBytes& file, const Formats& formats);
 
 } // namespace quorvane

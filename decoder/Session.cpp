@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/Session.h"
 
-#include "decoder/MovieReader.h"
-#include "decoder/PictureFormats.h"
 #include "decoder/Rendering.h"
 #include "platform/Decoding.h"
 #include "platform/MessageSocket.h"
@@ -26,20 +24,6 @@ constexpr size_t kIdleLimit = size_t(256) << 20;
 tl::unexpected<Error> notAPicture()
 {
     return fail(ErrorKind::Unsupported, QStringLiteral("not a picture"));
-}
-
-OpenedPicture open(FileBytes& file, DecodeRequest::What what)
-{
-    if (what == DecodeRequest::What::MovieFrame)
-        return openMovieFrame(file);
-    const PictureFormat* const format = formatOf(file);
-    if (!format)
-        return notAPicture();
-    if (what == DecodeRequest::What::SmallPicture && format->openThumbnail) {
-        if (auto small = format->openThumbnail(file))
-            return small;
-    }
-    return format->open(file);
 }
 
 /// Passes for a picture that is upright already.
@@ -67,8 +51,9 @@ void returnIdleMemory()
 
 } // namespace
 
-Session::Session(int socket)
+Session::Session(int socket, const Formats& formats)
     : mSocket(socket)
+    , mFormats(formats)
 {
 }
 
@@ -105,15 +90,32 @@ void Session::run(const QByteArray& missingProtections)
     }
 }
 
+OpenedPicture Session::open(FileBytes& file, std::uint32_t what) const
+{
+    if (what == static_cast<std::uint32_t>(DecodeRequest::What::MovieFrame))
+        return mFormats.openMovieFrame ? mFormats.openMovieFrame(file) : notAPicture();
+    const PictureFormat* const format = formatOf(file, mFormats);
+    if (!format)
+        return notAPicture();
+    if (what == static_cast<std::uint32_t>(DecodeRequest::What::SmallPicture)
+        && format->openThumbnail) {
+        if (auto small = format->openThumbnail(file))
+            return small;
+    }
+    return format->open(file);
+}
+
 bool Session::answerOpen(const ToDecoder& request, FileDescriptor file)
 {
     closeFile();
     mFile = std::move(file);
     mBytes.emplace(mFile);
-    auto reader = open(*mBytes, static_cast<DecodeRequest::What>(request.what));
+    auto reader = open(*mBytes, request.what);
     if (!reader) {
         closeFile();
-        return sendFailure(reader.error());
+        const bool mayBeAnothers
+            = reader.error().kind == ErrorKind::Unsupported && !mFormats.openMovieFrame;
+        return mayBeAnothers ? send({ FromDecoder::Kind::Unknown }) : sendFailure(reader.error());
     }
     mReader = std::move(*reader);
     FromDecoder answer { FromDecoder::Kind::Opened };

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "decoder/FileBytes.h"
+#include "decoder/PictureFormats.h"
 #include "decoder/PictureReader.h"
 #include "platform/DecoderProtocol.h"
 #include "platform/FileDescriptor.h"
@@ -17,7 +18,8 @@ namespace quorvane {
 /// program: the viewer starts another one.
 class Session {
 public:
-    explicit Session(int socket);
+    /// \param formats  outlives this.
+    Session(int socket, const Formats& formats);
     ~Session();
 
     Session(const Session&) = delete;
@@ -42,7 +44,10 @@ private:
     bool send(const FromDecoder& message);
     bool sendFailure(const Error& error);
 
+    OpenedPicture open(FileBytes& file, std::uint32_t what) const;
+
     const int mSocket;
+    const Formats& mFormats;
     std::map<std::uint64_t, Buffer> mBuffers;
     FileDescriptor mFile;
     std::optional<FileBytes> mBytes;

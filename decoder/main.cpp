@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program that opens files which anybody may have made. The viewer starts it; nobody else does.
 #include "decoder/Confinement.h"
+#include "decoder/FormatsModule.h"
 #include "decoder/PictureFormats.h"
 #include "decoder/Session.h"
-#include "decoder/SvgReader.h"
 #include "platform/DecoderProtocol.h"
 
 #include <QCoreApplication>
@@ -72,10 +72,14 @@ int main(int argc, char** argv)
     qInstallMessageHandler(ignoreMessage);
     QCoreApplication application(argc, argv);
     QCoreApplication::setLibraryPaths({}); // No plugin is ever looked for.
-    warmUpSvgText();
-    pictureFormats();
+    const bool isForPhotographs = argc > 1 && qstrcmp(argv[1], kPhotographsOption) == 0;
+    const Formats* const formats = isForPhotographs ? &photographFormats() : loadFormatsModule();
+    if (!formats)
+        return EXIT_FAILURE;
+    if (formats->warmUp)
+        formats->warmUp();
     const QStringList missing = confine({ kDecoderSocket, memoryLimit() });
-    Session(kDecoderSocket).run(missing.join(QStringLiteral(", ")).toUtf8());
+    Session(kDecoderSocket, *formats).run(missing.join(QStringLiteral(", ")).toUtf8());
     // The end of the libraries is not worth waiting for.
     std::_Exit(EXIT_SUCCESS);
 }

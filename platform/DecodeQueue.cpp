@@ -51,10 +51,22 @@ void DecodeQueue::setPriority(DecodeTicket ticket, DecodeRequest::Priority prior
         job->request.priority = priority;
 }
 
-DecodeQueue::JobPointer DecodeQueue::take(bool isFresh)
+DecodeQueue::JobPointer DecodeQueue::take(DecoderAbility ability)
 {
     const std::lock_guard lock(mMutex);
-    JobPointer job = mIsSuspended ? nullptr : firstWaiting(isFresh);
+    return begin(mIsSuspended ? nullptr : firstWaiting(ability));
+}
+
+DecodeQueue::JobPointer DecodeQueue::takeDemanding()
+{
+    const std::lock_guard lock(mMutex);
+    const auto found = std::find_if(mWaiting.begin(), mWaiting.end(),
+        [](const JobPointer& job) { return job->needsFresh || job->needsEverything; });
+    return begin(found == mWaiting.end() ? nullptr : *found);
+}
+
+DecodeQueue::JobPointer DecodeQueue::begin(JobPointer job)
+{
     if (job) {
         std::erase(mWaiting, job);
         mUnderWay.push_back(job);
@@ -65,7 +77,7 @@ DecodeQueue::JobPointer DecodeQueue::take(bool isFresh)
 DecodeQueue::JobPointer DecodeQueue::first() const
 {
     const std::lock_guard lock(mMutex);
-    return mIsSuspended ? nullptr : firstWaiting(true);
+    return mIsSuspended ? nullptr : firstWaiting({ .isFresh = true, .knowsEverything = true });
 }
 
 void DecodeQueue::putBack(const JobPointer& job)
@@ -111,11 +123,12 @@ DecodeQueue::JobPointer DecodeQueue::find(DecodeTicket ticket) const
     return nullptr;
 }
 
-DecodeQueue::JobPointer DecodeQueue::firstWaiting(bool isFresh) const
+DecodeQueue::JobPointer DecodeQueue::firstWaiting(DecoderAbility ability) const
 {
     JobPointer best;
     for (const JobPointer& job : mWaiting) {
-        const bool suits = isFresh || !job->needsFresh;
+        const bool suits = (ability.isFresh || !job->needsFresh)
+            && (ability.knowsEverything || !job->needsEverything);
         if (suits && (!best || job->request.priority < best->request.priority))
             best = job;
     }

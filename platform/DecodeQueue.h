@@ -24,8 +24,15 @@ struct DecodeJob {
 
     // The pool's thread's.
     bool needsFresh = false; ///< It broke a decoder: only for one that has opened nothing yet.
+    bool needsEverything = false; ///< Not for a decoder that knows photographs only.
     int breaks = 0; ///< Decoders that broke on it, or were silent.
     int kills = 0; ///< Decoders that somebody else ended while they worked on it.
+};
+
+/// What a decoder can be given.
+struct DecoderAbility {
+    bool isFresh; ///< It has opened nothing yet.
+    bool knowsEverything; ///< Not photographs only.
 };
 
 /// Keeps requests in the order of their priority, and in that of their coming within one. Thread:
@@ -42,9 +49,12 @@ public:
     void cancel(DecodeTicket ticket);
     void setPriority(DecodeTicket ticket, DecodeRequest::Priority priority);
 
-    /// The most urgent one, which is under way from now on. \param isFresh  whether the decoder
-    /// that it is for has opened nothing yet. \return nullptr for none.
-    JobPointer take(bool isFresh);
+    /// The most urgent one that such a decoder can be given; it is under way from now on.
+    /// \return nullptr for none.
+    JobPointer take(DecoderAbility ability);
+
+    /// One that not every decoder can be given, under way from now on. \return nullptr for none.
+    JobPointer takeDemanding();
 
     /// The most urgent one, which goes on waiting.
     JobPointer first() const;
@@ -63,7 +73,8 @@ public:
 
 private:
     JobPointer find(DecodeTicket ticket) const;
-    JobPointer firstWaiting(bool isFresh) const;
+    JobPointer firstWaiting(DecoderAbility ability) const;
+    JobPointer begin(JobPointer job);
 
     const std::function<void()> mChanged;
     mutable std::mutex mMutex; // Guards all below.

@@ -22,9 +22,12 @@ using std::chrono::steady_clock;
 /// A file is tried on two decoders; one that breaks both is not tried again.
 constexpr int kBreakLimit = 2;
 
-/// A decoder that something else ends, a person or the kernel short of memory, is not the file's
-/// fault, but not for ever.
-constexpr int kKillLimit = 8;
+/// A decoder that somebody else ends is not the file's fault, but not for ever.
+constexpr int kKillLimit = 100;
+
+/// One that is killed with more than this in use is the file's fault: it was the kernel, short of
+/// memory. Most photographs need a tenth.
+constexpr qint64 kModestMemory = qint64(1) << 30;
 
 /// Decoders that end before they are ready, in a row, before the pool stops trying.
 constexpr int kFailedStartLimit = 3;
@@ -66,6 +69,7 @@ struct DecoderPool::Worker {
     };
 
     std::unique_ptr<DecoderProcess> process;
+    DecoderProcess::Kind kind;
     State state = State::Starting;
     DecodeQueue::JobPointer job; ///< While Opening or Rendering, or when it ended doing so.
     Moment deadline; ///< Unless Idle.
@@ -76,6 +80,10 @@ struct DecoderPool::Worker {
     QSize wantedSize;
     DecoderBuffers::Lease buffer;
 
+    DecoderAbility ability() const
+    {
+        return { served == 0, kind == DecoderProcess::Kind::Everything };
+    }
     bool isWorking() const { return state == State::Opening || state == State::Rendering; }
 };
 
@@ -147,7 +155,7 @@ void DecoderPool::work()
             serve(*worker);
         std::erase_if(mWorkers, [](const auto& worker) { return !worker->process; });
         std::erase_if(
-            mEndingProcesses, [](const auto& process) { return process->endSignal().has_value(); });
+            mEndingProcesses, [](const auto& process) { return process->end().has_value(); });
     }
     mWorkers.clear();
     mEndingProcesses.clear();
@@ -203,8 +211,8 @@ void DecoderPool::serve(Worker& worker)
     }
     if (!worker.process)
         return;
-    if (const auto signal = worker.process->endSignal())
-        handleEnd(worker, *signal);
+    if (const auto end = worker.process->end())
+        handleEnd(worker, *end);
     else if (worker.state != Worker::State::Idle && steady_clock::now() >= worker.deadline)
         handleSilence(worker);
 }
@@ -214,6 +222,7 @@ void DecoderPool::handle(Worker& worker, const FromDecoder& message)
     using Kind = FromDecoder::Kind;
     const bool isExpected = message.kind == Kind::Ready ? worker.state == Worker::State::Starting
         : message.kind == Kind::Opened                  ? worker.state == Worker::State::Opening
+        : message.kind == Kind::Unknown                 ? worker.state == Worker::State::Opening
         : message.kind == Kind::Rendered                ? worker.state == Worker::State::Rendering
                                                         : worker.isWorking();
     if (!isExpected) {
@@ -230,6 +239,9 @@ void DecoderPool::handle(Worker& worker, const FromDecoder& message)
         break;
     case Kind::Rendered:
         handleRendered(worker, message.isOpaque != 0);
+        break;
+    case Kind::Unknown:
+        handOn(worker);
         break;
     case Kind::Failed:
         answer(worker, tl::make_unexpected(errorIn(message)));
@@ -292,8 +304,22 @@ void DecoderPool::handleRendered(Worker& worker, bool isOpaque)
             worker.pictureSize, worker.orientation });
 }
 
+/// To a decoder that knows more.
+void DecoderPool::handOn(Worker& worker)
+{
+    if (worker.kind == DecoderProcess::Kind::Everything) {
+        answer(worker, fail(ErrorKind::Unsupported, QStringLiteral("not a picture")));
+        return;
+    }
+    worker.state = Worker::State::Idle;
+    const auto job = std::exchange(worker.job, nullptr);
+    job->needsEverything = true;
+    mQueue.putBack(job);
+}
+
 void DecoderPool::answer(Worker& worker, Result<DecodeAnswer> result)
 {
+    mHasServed = true;
     const auto job = std::exchange(worker.job, nullptr);
     worker.buffer = nullptr;
     worker.state = Worker::State::Idle;
@@ -313,9 +339,10 @@ void DecoderPool::handleSilence(Worker& worker)
     retire(worker);
 }
 
-void DecoderPool::handleEnd(Worker& worker, int signal)
+void DecoderPool::handleEnd(Worker& worker, const DecoderEnd& end)
 {
-    const bool wasKilled = signal == SIGKILL || signal == SIGTERM;
+    const bool wasKilled
+        = (end.signal == SIGKILL || end.signal == SIGTERM) && end.mostMemory < kModestMemory;
     if (worker.state == Worker::State::Starting || (worker.served == 0 && !worker.job))
         mFailedStarts += wasKilled ? 0 : 1;
     tryAgain(worker, wasKilled);
@@ -330,7 +357,7 @@ void DecoderPool::tryAgain(Worker& worker, bool wasKilled)
         return;
     ++(wasKilled ? job->kills : job->breaks);
     if (job->breaks < kBreakLimit && job->kills < kKillLimit) {
-        job->needsFresh = true;
+        job->needsFresh = job->breaks > 0;
         mQueue.putBack(job);
         return;
     }
@@ -344,10 +371,10 @@ void DecoderPool::assignJobs()
         mWorkers.begin(), mWorkers.end(), [](const auto& worker) { return worker->isWorking(); });
     while (working < mOptions.workers) {
         const auto next = mQueue.first();
-        Worker* const worker = next ? idleWorker(next->needsFresh) : nullptr;
+        Worker* const worker = next ? idleWorkerFor(*next) : nullptr;
         if (!worker)
             break;
-        const auto job = mQueue.take(worker->served == 0);
+        const auto job = mQueue.take(worker->ability());
         if (!job)
             break; // Cancelled meanwhile.
         begin(*worker, job);
@@ -357,12 +384,14 @@ void DecoderPool::assignJobs()
 }
 
 /// For a file that may have any decoder one that has worked already, so that fresh ones remain.
-DecoderPool::Worker* DecoderPool::idleWorker(bool isFresh) const
+DecoderPool::Worker* DecoderPool::idleWorkerFor(const DecodeJob& job) const
 {
     Worker* found = nullptr;
     for (const auto& worker : mWorkers) {
+        const DecoderAbility ability = worker->ability();
         const bool suits = worker->process && worker->state == Worker::State::Idle
-            && (worker->served == 0 || !isFresh);
+            && (ability.isFresh || !job.needsFresh)
+            && (ability.knowsEverything || !job.needsEverything);
         if (suits && (!found || worker->served > found->served))
             found = worker.get();
     }
@@ -387,12 +416,12 @@ void DecoderPool::makeRoom()
     const auto next = mQueue.first();
     const bool isSomeStarting = std::any_of(mWorkers.begin(), mWorkers.end(),
         [](const auto& worker) { return worker->state == Worker::State::Starting; });
-    if (!next || isSomeStarting)
+    if (!next || isSomeStarting || idleWorkerFor(*next))
         return;
     for (const auto& worker : mWorkers) {
         const bool isUnwanted = worker->isWorking() && worker->job->isCancelled;
-        const bool isUsedUp = next->needsFresh && worker->state == Worker::State::Idle
-            && worker->served > 0 && !idleWorker(true);
+        const bool isUsedUp = (next->needsFresh || next->needsEverything)
+            && worker->state == Worker::State::Idle && worker->served > 0;
         if (isUnwanted || isUsedUp) {
             worker->job = nullptr;
             retire(*worker);
@@ -410,19 +439,27 @@ void DecoderPool::retire(Worker& worker)
     mEndingProcesses.push_back(std::move(worker.process));
 }
 
-/// One after the other: at the start the first picture is not to wait for the last decoder.
+/// The first one starts quickly and knows photographs; the others start one after the other when a
+/// first picture is there, or needs them: nothing is to take the processors from that.
 void DecoderPool::replaceWorkers()
 {
     const bool isSomeStarting = std::any_of(mWorkers.begin(), mWorkers.end(),
         [](const auto& worker) { return worker->state == Worker::State::Starting; });
     if (isSomeStarting || mWorkers.size() > static_cast<size_t>(mOptions.workers))
         return;
+    const auto next = mQueue.first();
+    const bool isFirstAtWork
+        = !mWorkers.empty() && !mHasServed && (!next || !next->needsEverything);
+    if (isFirstAtWork)
+        return;
     if (mFailedStarts >= kFailedStartLimit) {
         giveUpStarting();
         return;
     }
     auto worker = std::make_unique<Worker>();
-    worker->process = DecoderProcess::start(mOptions.program);
+    worker->kind = std::exchange(mHasStarted, true) ? DecoderProcess::Kind::Everything
+                                                    : DecoderProcess::Kind::Photographs;
+    worker->process = DecoderProcess::start(mOptions.program, worker->kind);
     worker->deadline = steady_clock::now() + mOptions.answerLimit;
     if (worker->process) {
         mWorkers.push_back(std::move(worker));
@@ -435,10 +472,15 @@ void DecoderPool::replaceWorkers()
 /// Until somebody wants something again: then there is one more attempt.
 void DecoderPool::giveUpStarting()
 {
-    if (!mWorkers.empty() || !mQueue.first())
+    const auto takeHopeless = [this] {
+        return mWorkers.empty() ? mQueue.take({ .isFresh = true, .knowsEverything = true })
+                                : mQueue.takeDemanding();
+    };
+    auto job = takeHopeless();
+    if (!job)
         return;
     qWarning("The decoder %s cannot be started.", mOptions.program.constData());
-    while (const auto job = mQueue.take(true)) {
+    for (; job; job = takeHopeless()) {
         job->done(fail(ErrorKind::Other, QStringLiteral("the decoder cannot be started")));
         mQueue.finish(job);
     }

@@ -18,6 +18,7 @@
 
 namespace quorvane {
 
+struct DecoderEnd;
 class DecoderProcess;
 
 /// Hands files to decoders, one at a time each, the most urgent first. One decoder more than may
@@ -68,10 +69,11 @@ private:
     void handleRendered(Worker& worker, bool isOpaque);
     void answer(Worker& worker, Result<DecodeAnswer> result);
     void handleSilence(Worker& worker);
-    void handleEnd(Worker& worker, int signal);
+    void handleEnd(Worker& worker, const DecoderEnd& end);
     void tryAgain(Worker& worker, bool wasKilled);
     void assignJobs();
-    Worker* idleWorker(bool isFresh) const;
+    Worker* idleWorkerFor(const DecodeJob& job) const;
+    void handOn(Worker& worker);
     void begin(Worker& worker, const DecodeQueue::JobPointer& job);
     void makeRoom();
     void retire(Worker& worker);
@@ -86,6 +88,8 @@ private:
     // The thread's own.
     std::vector<std::unique_ptr<Worker>> mWorkers;
     std::vector<std::unique_ptr<DecoderProcess>> mEndingProcesses; ///< Killed, not gone yet.
+    bool mHasStarted = false; ///< The first decoder, which is for photographs.
+    bool mHasServed = false; ///< A file.
     int mFailedStarts = 0; ///< In a row.
     bool mHasToldProtections = false;
 

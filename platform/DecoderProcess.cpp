@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -63,10 +64,13 @@ public:
     SpawnSettings(const SpawnSettings&) = delete;
     SpawnSettings& operator=(const SpawnSettings&) = delete;
 
-    pid_t spawn(const QByteArray& program) const
+    pid_t spawn(const QByteArray& program, DecoderProcess::Kind kind) const
     {
         std::string name = program.toStdString();
-        std::array<char*, 2> arguments { name.data(), nullptr };
+        std::string option = kPhotographsOption;
+        const bool isForPhotographs = kind == DecoderProcess::Kind::Photographs;
+        std::array<char*, 3> arguments { name.data(), isForPhotographs ? option.data() : nullptr,
+            nullptr };
         std::vector<std::string> environment = decoderEnvironment();
         std::vector<char*> variables;
         for (std::string& variable : environment)
@@ -90,12 +94,12 @@ FileDescriptor descriptorOf(pid_t process)
 
 } // namespace
 
-std::unique_ptr<DecoderProcess> DecoderProcess::start(const QByteArray& program)
+std::unique_ptr<DecoderProcess> DecoderProcess::start(const QByteArray& program, Kind kind)
 {
     auto ends = makeMessageSockets();
     if (!ends)
         return nullptr;
-    const pid_t id = SpawnSettings(ends->second.get()).spawn(program);
+    const pid_t id = SpawnSettings(ends->second.get()).spawn(program, kind);
     if (id < 0)
         return nullptr;
     return std::unique_ptr<DecoderProcess>(
@@ -114,7 +118,7 @@ DecoderProcess::~DecoderProcess()
 {
     mBuffers->close();
     kill();
-    endSignal();
+    end();
 }
 
 bool DecoderProcess::send(const ToDecoder& message, int file)
@@ -132,16 +136,17 @@ Received DecoderProcess::receive(FromDecoder& message)
 
 void DecoderProcess::kill()
 {
-    if (!mEndSignal)
+    if (!mEnd)
         ::kill(mId, SIGKILL);
 }
 
-std::optional<int> DecoderProcess::endSignal()
+std::optional<DecoderEnd> DecoderProcess::end()
 {
     int status = 0;
-    if (!mEndSignal && waitpid(mId, &status, WNOHANG) == mId)
-        mEndSignal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    return mEndSignal;
+    rusage usage {};
+    if (!mEnd && wait4(mId, &status, WNOHANG, &usage) == mId)
+        mEnd = { WIFSIGNALED(status) ? WTERMSIG(status) : 0, qint64(usage.ru_maxrss) * 1024 };
+    return mEnd;
 }
 
 } // namespace quorvane

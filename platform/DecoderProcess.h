@@ -16,12 +16,23 @@
 
 namespace quorvane {
 
+/// How a decoder ended.
+struct DecoderEnd {
+    int signal; ///< 0 if it ended by itself.
+    qint64 mostMemory; ///< Bytes in use at a time.
+};
+
 /// A decoder that was started, its socket and its buffers. Thread: the pool's, which also must not
 /// end while the decoder runs: the kernel ends the decoder then.
 class DecoderProcess {
 public:
+    enum class Kind {
+        Photographs, ///< Ready within milliseconds.
+        Everything,
+    };
+
     /// \param program  the decoder's path. \return nullptr when it cannot be started.
-    static std::unique_ptr<DecoderProcess> start(const QByteArray& program);
+    static std::unique_ptr<DecoderProcess> start(const QByteArray& program, Kind kind);
 
     /// Ends the decoder and waits for that, unless a file that no longer answers holds it.
     ~DecoderProcess();
@@ -43,8 +54,8 @@ public:
     /// Ends it at once. processDescriptor() tells when it is gone.
     void kill();
 
-    /// The signal that ended it, 0 if it ended by itself; nothing while it runs.
-    std::optional<int> endSignal();
+    /// Nothing while it runs.
+    std::optional<DecoderEnd> end();
 
     DecoderBuffers& buffers() { return *mBuffers; }
 
@@ -55,7 +66,7 @@ private:
     FileDescriptor mProcess;
     FileDescriptor mSocket;
     std::shared_ptr<DecoderBuffers> mBuffers;
-    std::optional<int> mEndSignal;
+    std::optional<DecoderEnd> mEnd;
 };
 
 } // namespace quorvane

@@ -16,6 +16,10 @@ namespace quorvane {
 /// The decoder's end of the socket, in the decoder.
 constexpr int kDecoderSocket = 3;
 
+/// The argument of a decoder that is to know the formats of photographs only, and to be ready at
+/// once for that.
+constexpr char kPhotographsOption[] = "--photographs";
+
 /// From the viewer. Fields that a kind does not name mean nothing.
 struct ToDecoder {
     enum class Kind : std::uint32_t {
@@ -39,6 +43,7 @@ struct FromDecoder {
         Opened, ///< `width`, `height` of the picture, as large as it is, and `orientation`.
         Rendered, ///< `isOpaque`. The pixels are in the buffer.
         Failed, ///< `error`, `text`.
+        Unknown, ///< A decoder for photographs alone does not know what this file is.
     };
     Kind kind = Kind::Ready;
     std::int32_t width = 0;

@@ -14,14 +14,14 @@ namespace quorvane::testing {
 inline QByteArray formatNameOf(const QByteArray& bytes)
 {
     FileBytes file(bytes);
-    const PictureFormat* const format = formatOf(file);
+    const PictureFormat* const format = formatOf(file, allFormats());
     return format ? format->name : QByteArray();
 }
 
 inline OpenedPicture openPicture(const QByteArray& bytes)
 {
     FileBytes file(bytes);
-    const PictureFormat* const format = formatOf(file);
+    const PictureFormat* const format = formatOf(file, allFormats());
     if (!format)
         return fail(ErrorKind::Unsupported, QStringLiteral("not a picture"));
     return format->open(file);

@@ -30,7 +30,8 @@ void render(OpenedPicture reader)
     if (size.isEmpty())
         std::abort(); // No reader may promise that.
     const bool isSmall = qint64(size.width()) * size.height() <= kLargest;
-    const QSize wanted = isSmall ? size : size.scaled(64, 64, Qt::KeepAspectRatio).expandedTo({ 1, 1 });
+    const QSize wanted
+        = isSmall ? size : size.scaled(64, 64, Qt::KeepAspectRatio).expandedTo({ 1, 1 });
     const auto image = renderedImage(**reader, wanted);
     if (image && image->size() != wanted)
         std::abort();
@@ -71,11 +72,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     if (gEntry == "any") {
         FileBytes file(bytes);
-        if (const PictureFormat* const format = formatOf(file))
+        if (const PictureFormat* const format = formatOf(file, allFormats()))
             feed(*format, bytes);
         return 0;
     }
-    for (const PictureFormat& format : pictureFormats()) {
+    for (const PictureFormat& format : allFormats().pictures) {
         if (gEntry == format.name)
             feed(format, bytes);
     }

@@ -163,6 +163,16 @@ TEST_F(DecoderPoolTest, ForgivesAFileWhoseDecodersAreKilledByOthersButNotForEver
     EXPECT_TRUE(decoded("1x1"));
 }
 
+TEST_F(DecoderPoolTest, TriesAFileTwiceWhoseDecoderIsKilledWithMuchMemoryInUse)
+{
+    EXPECT_EQ(refusal(decoded("mark take-much-memory die-by-kill")), ErrorKind::Damaged);
+
+    const auto tried = openForReading(FileURL(folder.path("file")));
+    ASSERT_TRUE(tried);
+    EXPECT_EQ(readAll(*tried, 100).value_or(QByteArray()),
+        "mark take-much-memory die-by-kill again again");
+}
+
 TEST_F(DecoderPoolTest, ReplacesADecoderThatIsSilent)
 {
     start(2, 150ms);

@@ -9,6 +9,7 @@
 #include <QByteArray>
 #include <QByteArrayList>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -18,6 +19,8 @@
 #include <cstdlib>
 #include <map>
 #include <span>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -29,6 +32,21 @@ int gServed = 0;
 void send(const FromDecoder& message)
 {
     sendMessage(kDecoderSocket, std::as_bytes(std::span(&message, 1)));
+}
+
+/// Puts a word behind the others: how often a file was tried is its last words.
+void mark(const FileDescriptor& file)
+{
+    const std::string path = "/proc/self/fd/" + std::to_string(file.get());
+    const FileDescriptor writable(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    [[maybe_unused]] const ssize_t written = write(writable.get(), " again", 6);
+}
+
+/// More than a decoder needs for most photographs.
+void takeMuchMemory()
+{
+    static std::vector<char> memory;
+    memory.assign(size_t(1100) << 20, 'x');
 }
 
 [[noreturn]] void hang()
@@ -54,8 +72,12 @@ void fail()
 }
 
 /// \return whether there is still an answer to give.
-bool obey(const QByteArray& word)
+bool obey(const QByteArray& word, const FileDescriptor& file)
 {
+    if (word == "mark")
+        mark(file);
+    if (word == "take-much-memory")
+        takeMuchMemory();
     if (word == "crash" || (word == "crash-unless-fresh" && gServed > 1))
         std::abort();
     if (word == "crash-if-fresh" && gServed == 1)
@@ -103,7 +125,7 @@ QByteArrayList open(const FileDescriptor& file)
             sendOpened(width, word.mid(cross + 1).toInt());
             return words;
         }
-        if (!obey(word))
+        if (!obey(word, file))
             return {};
     }
     fail();
@@ -119,7 +141,7 @@ void render(const ToDecoder& request, const FileDescriptor& file, const QByteArr
     for (const QByteArray& word : words) {
         if (word == "shrink" && ftruncate(file.get(), 0) == 0)
             std::abort(); // That must be impossible.
-        if (!obey(word))
+        if (!obey(word, file))
             return;
     }
     auto* const pixels = static_cast<std::uint32_t*>(buffers.at(request.buffer));
