@@ -63,9 +63,10 @@ int readBytes(Source& source, uint8_t* to, int count)
 int readSource(void* handle, uint8_t* to, int size)
 {
     auto& source = *static_cast<Source*>(handle);
-    const auto count = static_cast<int>(std::min<qint64>(size, source.size - source.position));
-    if (count <= 0)
+    // Files lead far behind their own end: further than an int can tell.
+    if (source.position >= source.size)
         return AVERROR_EOF;
+    const auto count = static_cast<int>(std::min<qint64>(size, source.size - source.position));
     ssize_t got = 0;
     if (source.file->descriptor() < 0) {
         got = readBytes(source, to, count);

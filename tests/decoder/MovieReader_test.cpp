@@ -238,6 +238,30 @@ TEST(MovieReader, StretchesTheLimitedRange)
     EXPECT_GT(qRed(shown(movieBytes({ .pixel = white }))->pixel(5, 5)), 251);
 }
 
+/// The number in little endian.
+template <typename Number> QByteArray little(Number number)
+{
+    QByteArray bytes(sizeof number, '\0');
+    qToLittleEndian(number, bytes.data());
+    return bytes;
+}
+
+TEST(MovieReader, SurvivesAnIndexThatLeadsFarBehindTheEnd)
+{
+    QByteArray movie = movieBytes({ .container = "avi" });
+    const qsizetype room = movie.indexOf("JUNK");
+    ASSERT_GT(room, 0);
+    // An index of indexes with one entry, whose distance from the end is positive as an int.
+    const QByteArray index = little<quint16>(4) + QByteArray(2, '\0') + little<quint32>(1) + "00dc"
+        + QByteArray(12, '\0') + little<quint64>(0x7FFF'FFFF'C000'0000) + little<quint32>(64)
+        + little<quint32>(1);
+    movie.replace(room, 4, "indx").replace(room + 8, index.size(), index);
+
+    const auto image = shown(movie);
+    // Libraries differ in whether they go on without the index; none may read beyond its buffer.
+    EXPECT_TRUE(image || image.error().kind == ErrorKind::NotFound);
+}
+
 TEST(MovieReader, FindsNoPictureInSound)
 {
     const auto reader = opened(movieBytes({ .container = "mov", .isSound = true }));
