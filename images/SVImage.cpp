@@ -2,6 +2,9 @@
 #include "images/SVImage.h"
 
 #include "images/CGRectUtils.h"
+#include "platform/MovieAsset.h"
+#include "platform/PathRules.h"
+#include "platform/TypeIdentifier.h"
 
 namespace quorvane {
 
@@ -41,6 +44,26 @@ std::shared_ptr<SVImage> SVImage::imageWithImage(const QImage& image)
     result->mCGImage = image;
     result->mPictureSize = image.size();
     return result;
+}
+
+bool SVImage::isMovieURL(const FileURL& url)
+{
+    const QString type = TypeIdentifier::typeIdentifierForFile(url.path());
+    const QByteArrayView extension = pathExtension(url.path());
+    if (extension == "gif" || extension == "GIF")
+        return false;
+    return !type.isEmpty() && TypeIdentifier::audiovisualTypes().contains(type);
+}
+
+std::optional<QImage> SVImage::thumbNailFromURL(const FileURL& url)
+{
+    return isMovieURL(url) ? videoThumbFromURL(url) : imageThumbFromURL(url);
+}
+
+std::optional<QImage> SVImage::videoThumbFromURL(const FileURL& url)
+{
+    const auto asset = MovieAsset::createWithURL(url);
+    return asset ? asset->createFrameAtMiddle(kThumbnailSize) : std::nullopt;
 }
 
 std::optional<QImage> SVImage::imageThumbFromURL(const FileURL& url)

@@ -31,6 +31,18 @@ public:
     /// A picture that comes from no file. Transform and orientation stay all zero.
     static std::shared_ptr<SVImage> imageWithImage(const QImage& image);
 
+    /// Whether the file is a movie, by its type. Never one whose extension is exactly "gif" or
+    /// "GIF"; nor one that does not exist.
+    static bool isMovieURL(const FileURL& url);
+
+    /// A small picture of the file, at most 300 pixels long, upright: videoThumbFromURL() of a
+    /// movie, else imageThumbFromURL(). Waits for the decoder.
+    /// \return nothing when the file cannot be decoded.
+    static std::optional<QImage> thumbNailFromURL(const FileURL& url);
+
+    /// The movie's frame at half its length, upright and at most 300 pixels long.
+    static std::optional<QImage> videoThumbFromURL(const FileURL& url);
+
     /// A small picture of the file at most 300 pixels long, upright. The one that the file carries
     /// serves if it reaches 300 pixels in either direction, else one is made from the picture.
     /// \return nothing when the file cannot be decoded.

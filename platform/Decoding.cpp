@@ -27,6 +27,13 @@ DecoderPool& pool()
 
 } // namespace
 
+QSize boundedSize(QSize size, int bound)
+{
+    if (std::max(size.width(), size.height()) <= bound)
+        return size;
+    return size.scaled(bound, bound, Qt::KeepAspectRatio).expandedTo({ 1, 1 });
+}
+
 DecodeTicket decodeAsync(const FileDescriptor& file, DecodeRequest request, DecodeDone done)
 {
     return pool().decode(file, std::move(request), std::move(done));
@@ -41,10 +48,11 @@ void setDecodingPriority(DecodeTicket ticket, DecodeRequest::Priority priority)
 
 Result<DecodeAnswer> decode(const FileDescriptor& file, DecodeRequest request)
 {
-    std::promise<Result<DecodeAnswer>> promise;
-    auto answer = promise.get_future();
+    // Shared: it is still at work when the answer is there already.
+    const auto promise = std::make_shared<std::promise<Result<DecodeAnswer>>>();
+    auto answer = promise->get_future();
     decodeAsync(file, std::move(request),
-        [&](Result<DecodeAnswer> result) { promise.set_value(std::move(result)); });
+        [promise](Result<DecodeAnswer> result) { promise->set_value(std::move(result)); });
     return answer.get();
 }
 

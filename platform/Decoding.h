@@ -44,6 +44,10 @@ struct DecodeAnswer {
     int orientation = 1; ///< 1 to 8, EXIF's numbers: how to turn the pixels upright.
 };
 
+/// For DecodeRequest::sizeFor: `size` shrunk until its longer side is no longer than `bound`; never
+/// enlarged, and neither side vanishes.
+QSize boundedSize(QSize size, int bound);
+
 /// A request under way.
 using DecodeTicket = std::uint64_t;
 

@@ -1,22 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/ImageSource.h"
 
-#include <algorithm>
-
 namespace quorvane {
-
-namespace {
-
-/// `size` shrunk until its longer side is no longer than `bound`; never enlarged, and neither side
-/// vanishes.
-QSize boundedSize(QSize size, int bound)
-{
-    if (std::max(size.width(), size.height()) <= bound)
-        return size;
-    return size.scaled(bound, bound, Qt::KeepAspectRatio).expandedTo({ 1, 1 });
-}
-
-} // namespace
 
 ImageSource::ImageSource(FileDescriptor file)
     : mFile(std::move(file))

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "decoder/MovieBytes.h"
 #include "decoder/MovieReader.h"
 #include "decoder/Readers.h"
+#include "support/MovieBytes.h"
 #include "support/PictureBytes.h"
 
 #include <QTemporaryFile>

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "images/SVImage.h"
+#include "platform/TypeIdentifier.h"
 #include "support/GeometryMatchers.h"
+#include "support/MovieBytes.h"
 #include "support/PictureFiles.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +14,8 @@ namespace quorvane {
 namespace {
 
 using namespace tests;
+
+using Audiovisual = TypeIdentifier::DecodersForTesting::Audiovisual;
 
 constexpr AffineTransform kIdentity = AffineTransform::identity();
 constexpr AffineTransform kZero {};
@@ -474,6 +478,84 @@ TEST_F(SVImageTest, HasNoThumbnailOfWhatCannotBeDecoded)
 {
     EXPECT_FALSE(SVImage::imageThumbFromURL(files.url("missing.jpg")));
     EXPECT_FALSE(SVImage::imageThumbFromURL(files.write("text.jpg", notAPicture)));
+}
+
+struct MovieName {
+    const char* name;
+    bool isMovie;
+};
+
+const MovieName kMovieNames[] = {
+    { "a.mov", true },
+    { "a.MP4", true },
+    { "a.mkv", true },
+    { "a.mp3", true }, // What plays is a movie, with or without pictures.
+    { "a.gif", false },
+    { "a.GIF", false },
+    { "a.Gif", false },
+    { "a.jpg", false },
+    { "a.txt", false },
+    { "mov", false },
+};
+
+TEST_F(SVImageTest, TakesFilesOfAudiovisualTypesForMovies)
+{
+    const TypeIdentifier::DecodersForTesting decoders(
+        { QStringLiteral("jpg"), QStringLiteral("gif") }, Audiovisual::All);
+    for (const auto& [name, isMovie] : kMovieNames)
+        EXPECT_EQ(SVImage::isMovieURL(files.write(name, notAPicture)), isMovie) << name;
+
+    EXPECT_FALSE(SVImage::isMovieURL({}));
+    EXPECT_FALSE(SVImage::isMovieURL(files.url("missing.mov")));
+}
+
+TEST_F(SVImageTest, TakesNothingForAMovieThatCannotBePlayed)
+{
+    const TypeIdentifier::DecodersForTesting decoders({ QStringLiteral("jpg") }, Audiovisual::None);
+
+    EXPECT_FALSE(SVImage::isMovieURL(files.write("a.mov", notAPicture)));
+}
+
+TEST_F(SVImageTest, MakesTheThumbnailOfAMovieFromItsMiddle)
+{
+    // Half of the two seconds is the eleventh frame, whose brightness is 130.
+    const FileURL url = files.write("a.mp4", movieBytes({}));
+
+    const auto thumbnail = SVImage::videoThumbFromURL(url);
+
+    ASSERT_TRUE(thumbnail);
+    EXPECT_EQ(thumbnail->size(), QSize(64, 48));
+    const int shade = qRound((130 - 16) * 255 / 219.0);
+    EXPECT_PRED2(isNearly, centre(*thumbnail), qRgb(shade, shade, shade));
+}
+
+TEST_F(SVImageTest, MakesTheThumbnailOfAMovieUprightAndNoLongerThan300Pixels)
+{
+    const std::array<qint32, 9> toTheRight { 0, 1 << 16, 0, -(1 << 16), 0, 0, 0, 0, 1 << 30 };
+
+    const auto thumbnail = SVImage::videoThumbFromURL(
+        files.write("a.mov", movieBytes({ .size = { 640, 320 }, .matrix = toTheRight })));
+
+    ASSERT_TRUE(thumbnail);
+    EXPECT_EQ(thumbnail->size(), QSize(150, 300));
+}
+
+TEST_F(SVImageTest, HasNoThumbnailOfAMovieThatCannotBeDecoded)
+{
+    EXPECT_FALSE(SVImage::videoThumbFromURL(files.url("missing.mov")));
+    EXPECT_FALSE(SVImage::videoThumbFromURL(files.write("text.mov", notAPicture)));
+    EXPECT_FALSE(SVImage::videoThumbFromURL(files.write("a.mov", movieBytes({ .isSound = true }))));
+}
+
+TEST_F(SVImageTest, ChoosesTheThumbnailByTheKindOfTheFile)
+{
+    const TypeIdentifier::DecodersForTesting decoders({ QStringLiteral("jpg") }, Audiovisual::All);
+    const QByteArray picture = encoded(solid(kRed, { 40, 30 }), "jpg");
+
+    EXPECT_TRUE(SVImage::thumbNailFromURL(files.write("a.mov", movieBytes({}))));
+    EXPECT_TRUE(SVImage::thumbNailFromURL(files.write("a.jpg", picture)));
+    EXPECT_FALSE(SVImage::thumbNailFromURL(files.write("b.jpg", movieBytes({}))));
+    EXPECT_FALSE(SVImage::thumbNailFromURL(files.write("b.mov", picture)));
 }
 
 TEST_F(SVImageTest, NeedsThePictureOnlyWhereTheEmbeddedThumbnailIsSmall)
