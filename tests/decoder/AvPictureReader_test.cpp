@@ -4,10 +4,15 @@
 
 #include <gtest/gtest.h>
 
-using namespace quorvane;
-using namespace quorvane::testing;
+namespace quorvane {
 
 namespace {
+
+using testing::big;
+using testing::bytes;
+using testing::decoded;
+using testing::formatNameOf;
+using testing::little;
 
 ErrorKind errorOf(const QByteArray& file)
 {
@@ -300,3 +305,5 @@ TEST(AvPictureReader, ReadsDds)
 }
 
 } // namespace
+
+} // namespace quorvane

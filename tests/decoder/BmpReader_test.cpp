@@ -4,10 +4,14 @@
 
 #include <gtest/gtest.h>
 
-using namespace quorvane;
-using namespace quorvane::testing;
+namespace quorvane {
 
 namespace {
+
+using testing::bytes;
+using testing::decoded;
+using testing::formatNameOf;
+using testing::little;
 
 /// What stands in the headers of a small BMP.
 struct Bmp {
@@ -311,3 +315,5 @@ TEST(BmpReader, IsKnownByItsHeader)
 }
 
 } // namespace
+
+} // namespace quorvane

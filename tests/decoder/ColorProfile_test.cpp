@@ -42,7 +42,7 @@ QByteArray savedProfile(cmsHPROFILE profile)
 QByteArray greyIcc(double gamma)
 {
     cmsToneCurve* const curve = cmsBuildGamma(nullptr, gamma);
-    const QByteArray bytes = savedProfile(cmsCreateGrayProfile(cmsD50_xyY(), curve));
+    QByteArray bytes = savedProfile(cmsCreateGrayProfile(cmsD50_xyY(), curve));
     cmsFreeToneCurve(curve);
     return bytes;
 }

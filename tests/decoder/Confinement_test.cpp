@@ -43,7 +43,7 @@
 #include <string>
 #include <thread>
 
-using namespace quorvane;
+namespace quorvane {
 
 namespace {
 
@@ -808,3 +808,5 @@ TEST(Confinement, SetsLimits)
 }
 
 } // namespace
+
+} // namespace quorvane

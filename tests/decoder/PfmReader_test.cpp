@@ -4,10 +4,14 @@
 
 #include <gtest/gtest.h>
 
-using namespace quorvane;
-using namespace quorvane::testing;
+namespace quorvane {
 
 namespace {
+
+using testing::big;
+using testing::decoded;
+using testing::formatNameOf;
+using testing::little;
 
 const QByteArray kOne = little(1.0F);
 const QByteArray kNone = little(0.0F);
@@ -61,3 +65,5 @@ TEST(PfmReader, RefusesAPictureThatIsTooLarge)
 }
 
 } // namespace
+
+} // namespace quorvane

@@ -182,7 +182,8 @@ TEST(PngReader, DecodesInterlacedFiles)
     const QImage picture = tests::numberedPicture({ 13, 9 }).convertToFormat(QImage::Format_RGB888);
     QByteArray rows;
     for (int y = 0; y < picture.height(); ++y)
-        rows.append(reinterpret_cast<const char*>(picture.constScanLine(y)), 3 * picture.width());
+        rows.append(reinterpret_cast<const char*>(picture.constScanLine(y)),
+            qsizetype(3) * picture.width());
 
     const auto image
         = decoded(encoded({ .size = picture.size(), .interlacing = PNG_INTERLACE_ADAM7 }, rows));

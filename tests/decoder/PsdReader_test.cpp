@@ -4,10 +4,14 @@
 
 #include <gtest/gtest.h>
 
-using namespace quorvane;
-using namespace quorvane::testing;
+namespace quorvane {
 
 namespace {
+
+using testing::big;
+using testing::bytes;
+using testing::decoded;
+using testing::formatNameOf;
 
 /// A document of 2 x 1.
 struct Psd {
@@ -286,3 +290,5 @@ TEST(PsdReader, RefusesWhatItCannotRead)
 }
 
 } // namespace
+
+} // namespace quorvane

@@ -3,10 +3,12 @@
 
 #include <gtest/gtest.h>
 
-using namespace quorvane;
-using namespace quorvane::testing;
+namespace quorvane {
 
 namespace {
+
+using testing::decoded;
+using testing::formatNameOf;
 
 const QByteArray kXbm("#define dot_width 9\n#define dot_height 1\n"
                       "static unsigned char dot_bits[] = { 0x01, 0x01 };\n");
@@ -71,3 +73,5 @@ TEST(QtReader, RefusesAPictureThatIsTooLarge)
 }
 
 } // namespace
+
+} // namespace quorvane

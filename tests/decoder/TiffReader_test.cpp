@@ -230,7 +230,7 @@ QByteArray withTag(QByteArray bytes, quint16 tag, quint32 value)
     const auto directory = qFromLittleEndian<quint32>(bytes.constData() + 4);
     const int count = qFromLittleEndian<quint16>(bytes.constData() + directory);
     for (int i = 0; i < count; ++i) {
-        char* const entry = bytes.data() + directory + 2 + 12 * i;
+        char* const entry = bytes.data() + directory + 2 + qsizetype(12) * i;
         if (qFromLittleEndian<quint16>(entry) != tag)
             continue;
         if (qFromLittleEndian<quint16>(entry + 2) == TIFF_SHORT)

@@ -15,6 +15,7 @@ std::vector<int> mapped(const std::vector<float>& grays)
     QImage image(static_cast<int>(grays.size()), 1, QImage::Format_RGB32);
     toneMapLinear({ grays.data(), image.width(), image.size(), 1 }, image);
     std::vector<int> values;
+    values.reserve(grays.size());
     for (int x = 0; x < image.width(); ++x)
         values.push_back(qGreen(image.pixel(x, 0)));
     return values;

@@ -8,10 +8,14 @@
 
 #include <vector>
 
-using namespace quorvane;
-using namespace quorvane::testing;
+namespace quorvane {
 
 namespace {
+
+using testing::bytes;
+using testing::decoded;
+using testing::formatNameOf;
+using testing::little;
 
 QByteArray pngOf(int side, QColor colour)
 {
@@ -65,7 +69,7 @@ ErrorKind errorOf(const QByteArray& file)
     return image ? ErrorKind::Other : image.error().kind;
 }
 
-TEST(IconReader, ReadsABitmapAndItsMask)
+TEST(IcoReader, ReadsABitmapAndItsMask)
 {
     const auto image = decoded(icoOf({ kMasked }));
 
@@ -78,13 +82,13 @@ TEST(IconReader, ReadsABitmapAndItsMask)
     EXPECT_EQ(image->pixel(1, 1), qRgb(0, 0, 255));
 }
 
-TEST(IconReader, ReadsCursors)
+TEST(IcoReader, ReadsCursors)
 {
     EXPECT_EQ(formatNameOf(icoOf({ kMasked }, 2)), "Windows icon");
     EXPECT_TRUE(decoded(icoOf({ kMasked }, 2)));
 }
 
-TEST(IconReader, PrefersAlphaToTheMask)
+TEST(IcoReader, PrefersAlphaToTheMask)
 {
     const auto image = decoded(icoOf({ deepBitmap(0x80FF0000) }));
 
@@ -92,7 +96,7 @@ TEST(IconReader, PrefersAlphaToTheMask)
     EXPECT_EQ(*reinterpret_cast<const QRgb*>(image->constScanLine(0)), qRgba(128, 0, 0, 128));
 }
 
-TEST(IconReader, UsesTheMaskWhenThereIsNoAlpha)
+TEST(IcoReader, UsesTheMaskWhenThereIsNoAlpha)
 {
     const auto image = decoded(icoOf({ deepBitmap(0x00FF0000) }));
 
@@ -101,7 +105,7 @@ TEST(IconReader, UsesTheMaskWhenThereIsNoAlpha)
     EXPECT_EQ(image->pixel(1, 0), qRgb(255, 0, 0));
 }
 
-TEST(IconReader, ReadsIndexedBitmaps)
+TEST(IcoReader, ReadsIndexedBitmaps)
 {
     QByteArray entry = bitmapHeader(1);
     entry += bytes({ 10, 20, 30, 0, 255, 255, 255, 0 }) + bytes({ 0x40, 0, 0, 0, 0x80, 0, 0, 0 })
@@ -115,7 +119,7 @@ TEST(IconReader, ReadsIndexedBitmaps)
     EXPECT_EQ(image->pixel(0, 1), qRgb(30, 20, 10));
 }
 
-TEST(IconReader, ShowsTheFirst)
+TEST(IcoReader, ShowsTheFirst)
 {
     const QByteArray small = pngOf(16, Qt::red);
     const QByteArray large = pngOf(32, Qt::green);
@@ -130,7 +134,7 @@ TEST(IconReader, ShowsTheFirst)
     EXPECT_EQ(largeFirst->pixel(5, 5), qRgb(0, 255, 0));
 }
 
-TEST(IconReader, ShowsTheDeepestInTheSizeOfTheFirst)
+TEST(IcoReader, ShowsTheDeepestInTheSizeOfTheFirst)
 {
     const QByteArray deep = deepBitmap(0xFF112233);
     for (const auto& entries : { std::vector { kMasked, deep }, std::vector { deep, kMasked } }) {
@@ -140,7 +144,7 @@ TEST(IconReader, ShowsTheDeepestInTheSizeOfTheFirst)
     }
 }
 
-TEST(IconReader, CallsAnIconCutShortDamaged)
+TEST(IcoReader, CallsAnIconCutShortDamaged)
 {
     for (const QByteArray& file : { icoOf({ kMasked }), icoOf({ pngOf(16, Qt::red) }) }) {
         for (qsizetype size = 22; size < file.size(); ++size)
@@ -148,12 +152,12 @@ TEST(IconReader, CallsAnIconCutShortDamaged)
     }
 }
 
-TEST(IconReader, DoesWithoutTheMaskBehindAlpha)
+TEST(IcoReader, DoesWithoutTheMaskBehindAlpha)
 {
     EXPECT_TRUE(decoded(icoOf({ deepBitmap(0x80FF0000) }).chopped(4)));
 }
 
-TEST(IconReader, RefusesWhatIsNoIcon)
+TEST(IcoReader, RefusesWhatIsNoIcon)
 {
     QByteArray compressed = kMasked;
     compressed[16] = 1;
@@ -162,62 +166,6 @@ TEST(IconReader, RefusesWhatIsNoIcon)
     EXPECT_NE(formatNameOf(icoOf({}) + QByteArray(64, '\0')), "Windows icon");
 }
 
-// ---- ICNS
-
-QByteArray element(const char* kind, const QByteArray& data)
-{
-    return kind + big(static_cast<quint32>(data.size() + 8)) + data;
-}
-
-QByteArray icnsOf(const QByteArray& elements) { return element("icns", elements); }
-
-/// 16 x 16 pixels of one colour, in the runs of the old form.
-QByteArray oldColour(int red, int green, int blue)
-{
-    const auto plane = [](int value) { return bytes({ 0xFF, value, 0xFB, value }); };
-    return plane(red) + plane(green) + plane(blue);
-}
-
-TEST(IconReader, ReadsMacintoshIcons)
-{
-    const QByteArray file
-        = icnsOf(element("icp4", pngOf(16, Qt::red)) + element("ic07", pngOf(128, Qt::green)));
-
-    const auto image = decoded(file);
-
-    ASSERT_TRUE(image);
-    EXPECT_EQ(formatNameOf(file), "Macintosh icon");
-    EXPECT_EQ(image->size(), QSize(128, 128));
-    EXPECT_EQ(image->pixel(5, 5), qRgb(0, 255, 0));
-}
-
-TEST(IconReader, ReadsOldMacintoshIcons)
-{
-    const QByteArray mask = QByteArray(128, '\x80') + QByteArray(128, '\xFF');
-    const auto image
-        = decoded(icnsOf(element("is32", oldColour(255, 0, 0)) + element("s8mk", mask)));
-
-    ASSERT_TRUE(image) << image.error().message.toStdString();
-    ASSERT_EQ(image->size(), QSize(16, 16));
-    EXPECT_EQ(*reinterpret_cast<const QRgb*>(image->constScanLine(0)), qRgba(128, 0, 0, 128));
-    EXPECT_EQ(image->pixel(15, 15), qRgb(255, 0, 0));
-}
-
-TEST(IconReader, PassesOverElementsThatItDoesNotKnow)
-{
-    const auto image = decoded(icnsOf(element("TOC ", "abc") + element("ic10", "no picture")
-        + element("icp4", pngOf(16, Qt::red))));
-
-    ASSERT_TRUE(image);
-    EXPECT_EQ(image->size(), QSize(16, 16));
-}
-
-TEST(IconReader, CallsMacintoshIconsCutShortDamaged)
-{
-    const QByteArray file = icnsOf(element("icp4", pngOf(16, Qt::red)));
-    for (qsizetype size = 9; size < file.size(); ++size)
-        EXPECT_EQ(errorOf(file.left(size)), ErrorKind::Damaged) << size;
-    EXPECT_EQ(errorOf(icnsOf(element("TOC ", "abc"))), ErrorKind::Damaged);
-}
-
 } // namespace
+
+} // namespace quorvane
