@@ -48,6 +48,20 @@ TEST_F(CommandLine, VersionNamesTheProgram)
     EXPECT_TRUE(version.toLower().contains("quorvane") && version.contains('.'));
 }
 
+TEST_F(CommandLine, FormatsNamesWhatCanBeShown)
+{
+    ASSERT_EQ(run({ "--formats" }), kFine);
+
+    // One line each: the type, then its extensions.
+    const QByteArray formats = '\n' + viewer.standardOutput();
+    for (const char* type : { "public.jpeg ", "public.heic ", "public.svg-image ",
+             "com.adobe.photoshop-image ", "com.adobe.raw-image " })
+        EXPECT_EQ(formats.count('\n' + QByteArray(type)), 1) << type;
+    EXPECT_TRUE(formats.contains(" jpg jpeg ")) << formats.data();
+    EXPECT_FALSE(formats.contains("pdf"));
+    EXPECT_EQ(viewer.standardError(), QByteArray());
+}
+
 TEST_F(CommandLine, AnUnknownOptionIsRefused)
 {
     ASSERT_EQ(run({ "--no-such-option" }), kMisused);

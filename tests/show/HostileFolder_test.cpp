@@ -130,6 +130,32 @@ TEST_F(HostileFolder, PassesOverPicturesThatAreBombs)
     EXPECT_TRUE(quits());
 }
 
+TEST_F(HostileFolder, OfRealDamagedFilesEndsNoShowWhileDecodersAreKilled)
+{
+    const QDir damaged(QStringLiteral(SHOW_TEST_CORPUS "/damaged"));
+    if (!damaged.exists())
+        GTEST_SKIP() << "there are no real files";
+    pictures.writeSolid("!first.png", kRed);
+    for (const QString& name : damaged.entryList(QDir::Files))
+        pictures.makeLink(QFile::encodeName(name), QFile::encodeName(damaged.filePath(name)));
+    pictures.writeSolid("~last.png", kMagenta);
+    startShow();
+    ASSERT_TRUE(ready(kRed));
+
+    {
+        const DecoderKiller killer(viewer->pid(), kKillPause);
+        for (int i = 0; i < 600 && desktop.colourAt(middle()) != kMagenta; ++i) {
+            desktop.key(XK_Right);
+            desktop.pause(100ms);
+            ASSERT_TRUE(viewer->running());
+        }
+    }
+
+    EXPECT_EQ(desktop.colourAt(middle()), kMagenta);
+    EXPECT_TRUE(leadsTo(XK_Home, kRed));
+    EXPECT_TRUE(quits());
+}
+
 } // namespace
 
 } // namespace quorvane::show
