@@ -6,7 +6,9 @@
 #include "app/OpenPanel.h"
 #include "app/SlideWindow.h"
 #include "images/SVImageCache.h"
+#include "platform/Decoding.h"
 #include "platform/MainQueue.h"
+#include "platform/MonitorProfile.h"
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
 
@@ -244,6 +246,7 @@ void SlideController::goFullScreen(QScreen* screen)
         connect(mWindow.get(), &SlideWindow::closedByHand, this, [this] { windowClosedByHand(); });
         addCommands(*mWindow);
     }
+    setDecodingTarget(screen ? monitorProfile(*screen) : QByteArray());
     mWindow->cover(screen);
 }
 

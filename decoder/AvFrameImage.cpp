@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/AvFrameImage.h"
 
+#include "decoder/ReaderFailures.h"
 #include "decoder/Transparency.h"
 
 #include <algorithm>
@@ -112,7 +113,7 @@ Result<QImage> imageOf(const AVFrame& frame, Alpha alpha, const ImageMaker& make
     QImage image = makeImage({ frame.width, frame.height },
         isTransparent ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
     if (image.isNull())
-        return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
+        return noMemory();
     if (hasPalette(*form))
         copyIndexed(frame, image);
     else

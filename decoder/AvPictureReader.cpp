@@ -3,6 +3,7 @@
 
 #include "decoder/AvFrameImage.h"
 #include "decoder/FileBytes.h"
+#include "decoder/ReaderFailures.h"
 
 #include <QList>
 #include <QRect>
@@ -33,11 +34,6 @@ struct FrameDeleter {
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
 };
 using FramePointer = std::unique_ptr<AVFrame, FrameDeleter>;
-
-tl::unexpected<Error> damaged(const char* why)
-{
-    return fail(ErrorKind::Damaged, QString::fromLatin1(why));
-}
 
 /// The first picture in `bytes`. \return null when the library finds fault with it.
 FramePointer decodedFrame(AVCodecID codec, const QByteArray& bytes)
@@ -251,7 +247,7 @@ OpenedPicture open(AVCodecID codec, FileBytes& file, QSize size, QRect drawn = {
     if (size.isEmpty())
         return damaged("no size");
     if (!isReasonable(size))
-        return fail(ErrorKind::TooLarge, QStringLiteral("too many pixels"));
+        return tooManyPixels();
     auto bytes = file.all();
     if (!bytes)
         return tl::unexpected(bytes.error());

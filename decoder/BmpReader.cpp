@@ -2,11 +2,11 @@
 #include "decoder/BmpReader.h"
 
 #include "decoder/BmpRuns.h"
+#include "decoder/ByteReader.h"
 #include "decoder/DibPixels.h"
 #include "decoder/FileBytes.h"
+#include "decoder/ReaderFailures.h"
 #include "decoder/Transparency.h"
-
-#include <QtEndian>
 
 #include <algorithm>
 #include <array>
@@ -36,13 +36,6 @@ struct BmpLayout {
     bool isRle() const { return compression == Rle8 || compression == Rle4; }
 };
 
-/// 0 behind the end.
-template <typename Number> Number numberAt(const QByteArray& bytes, qint64 at)
-{
-    const bool isThere = at >= 0 && at <= bytes.size() - qint64(sizeof(Number));
-    return isThere ? qFromLittleEndian<Number>(bytes.constData() + at) : Number(0);
-}
-
 void readMasks(const QByteArray& bytes, BmpLayout& layout)
 {
     DibPixels& dib = layout.dib;
@@ -52,7 +45,7 @@ void readMasks(const QByteArray& bytes, BmpLayout& layout)
     const bool hasAlpha = layout.headerSize >= kAlphaHeader || layout.compression == AlphaMasks;
     constexpr qsizetype masks = kFileHeader + kInfoHeader; // In the header, or right behind it.
     for (size_t i = 0; i < (hasAlpha ? 4U : 3U); ++i)
-        dib.masks[i] = numberAt<quint32>(bytes, masks + qsizetype(i) * 4);
+        dib.masks[i] = littleAt<quint32>(bytes, masks + qsizetype(i) * 4);
     if (layout.headerSize == kInfoHeader)
         dib.table += hasAlpha ? 16 : 12;
 }
@@ -61,10 +54,10 @@ void readColours(const QByteArray& bytes, BmpLayout& layout)
 {
     DibPixels& dib = layout.dib;
     const auto used
-        = layout.headerSize >= kInfoHeader ? qsizetype(numberAt<quint32>(bytes, 46)) : 0;
+        = layout.headerSize >= kInfoHeader ? qsizetype(littleAt<quint32>(bytes, 46)) : 0;
     const qsizetype most = dib.depth <= 8 ? qsizetype(1) << dib.depth : 0;
     dib.colours = used > 0 && used < most ? used : most;
-    dib.pixels = numberAt<quint32>(bytes, 10);
+    dib.pixels = littleAt<quint32>(bytes, 10);
     if (dib.pixels < dib.table)
         dib.pixels = dib.table + dib.colours * dib.tableEntry;
     // Some of OS/2 leave out the colours that they do not use.
@@ -75,20 +68,20 @@ std::optional<BmpLayout> layoutOf(const QByteArray& bytes)
 {
     BmpLayout layout;
     DibPixels& dib = layout.dib;
-    layout.headerSize = numberAt<qint32>(bytes, 14);
+    layout.headerSize = littleAt<qint32>(bytes, 14);
     if (layout.headerSize == kCoreHeader) {
-        dib.size = { numberAt<quint16>(bytes, 18), numberAt<quint16>(bytes, 20) };
-        dib.depth = numberAt<quint16>(bytes, 24);
+        dib.size = { littleAt<quint16>(bytes, 18), littleAt<quint16>(bytes, 20) };
+        dib.depth = littleAt<quint16>(bytes, 24);
         dib.tableEntry = 3;
     } else {
-        const auto height = numberAt<qint32>(bytes, 22);
+        const auto height = littleAt<qint32>(bytes, 22);
         if (height == std::numeric_limits<qint32>::min())
             return {};
-        dib.size = { numberAt<qint32>(bytes, 18), std::abs(height) };
+        dib.size = { littleAt<qint32>(bytes, 18), std::abs(height) };
         dib.isTopDown = height < 0;
-        dib.depth = numberAt<quint16>(bytes, 28);
+        dib.depth = littleAt<quint16>(bytes, 28);
         if (layout.headerSize >= kInfoHeader)
-            layout.compression = numberAt<quint32>(bytes, 30);
+            layout.compression = littleAt<quint32>(bytes, 30);
     }
     if (dib.size.isEmpty())
         return {};
@@ -119,19 +112,16 @@ bool isKnownForm(const BmpLayout& layout)
 ColorProfile profileOf(const QByteArray& bytes, const BmpLayout& layout)
 {
     constexpr quint32 embedded = 0x4D424544; // "MBED"
-    if (layout.headerSize < kProfileHeader || numberAt<quint32>(bytes, 70) != embedded)
+    if (layout.headerSize < kProfileHeader || littleAt<quint32>(bytes, 70) != embedded)
         return {};
-    const qint64 offset = kFileHeader + qint64(numberAt<quint32>(bytes, 126));
-    const qint64 size = numberAt<quint32>(bytes, 130);
+    const qint64 offset = kFileHeader + qint64(littleAt<quint32>(bytes, 126));
+    const qint64 size = littleAt<quint32>(bytes, 130);
     if (size == 0 || offset + size > bytes.size())
         return {};
     return ColorProfile::fromIcc(bytes.mid(offset, size));
 }
 
-tl::unexpected<Error> cutShort()
-{
-    return fail(ErrorKind::Damaged, QStringLiteral("the picture is cut short"));
-}
+tl::unexpected<Error> cutShort() { return damaged("the picture is cut short"); }
 
 class BmpReader : public PictureReader {
 public:
@@ -150,7 +140,7 @@ public:
         QImage image = makeImage(mLayout.dib.size,
             hasAlpha ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
         if (image.isNull())
-            return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
+            return noMemory();
         if (!mLayout.isRle())
             readDibPixels(mBytes, mLayout.dib, image);
         else if (!readRuns(image))
@@ -187,7 +177,7 @@ bool isBmp(const QByteArray& head)
 {
     constexpr std::array headerSizes { 12, 16, 40, 52, 56, 64, 108, 124 };
     return head.startsWith("BM")
-        && std::find(headerSizes.begin(), headerSizes.end(), numberAt<qint32>(head, 14))
+        && std::find(headerSizes.begin(), headerSizes.end(), littleAt<qint32>(head, 14))
         != headerSizes.end();
 }
 
@@ -198,11 +188,11 @@ OpenedPicture openBmp(FileBytes& file)
         return tl::unexpected(bytes.error());
     const auto layout = layoutOf(*bytes);
     if (!layout)
-        return fail(ErrorKind::Damaged, QStringLiteral("no sound header"));
+        return damaged("no sound header");
     if (!isKnownForm(*layout))
         return fail(ErrorKind::Unsupported, QStringLiteral("an unusual form of BMP"));
     if (!isReasonable(layout->dib.size))
-        return fail(ErrorKind::TooLarge, QStringLiteral("too many pixels"));
+        return tooManyPixels();
     if (!layout->isRle() && layout->dib.end() > bytes->size())
         return cutShort();
     return std::make_unique<BmpReader>(std::move(*bytes), *layout);

@@ -10,6 +10,9 @@
 
 namespace quorvane {
 
+class SourceProfile;
+struct Samples;
+
 /// The colour space of a picture: sRGB, or what the file says. A value; thread: any.
 class ColorProfile {
 public:
@@ -40,14 +43,16 @@ public:
     /// Adobe RGB (1998), which EXIF can name without a profile.
     static ColorProfile adobeRgb();
 
-    bool isSrgb() const { return !mProfile; }
+    bool isSrgb() const { return !mSource; }
     Model model() const;
 
-private:
-    friend class ColorConversion;
-    explicit ColorProfile(std::shared_ptr<void> profile);
+    /// For who converts. Null for sRGB.
+    const std::shared_ptr<SourceProfile>& source() const { return mSource; }
 
-    std::shared_ptr<void> mProfile; ///< The library's; null for sRGB.
+private:
+    explicit ColorProfile(std::shared_ptr<SourceProfile> source);
+
+    std::shared_ptr<SourceProfile> mSource; ///< Null for sRGB.
 };
 
 /// Samples of a picture in a form that is not for showing: deeper than eight bits, or of inks.

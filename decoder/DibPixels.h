@@ -24,6 +24,7 @@ struct DibPixels {
     std::array<quint32, 4> masks {}; ///< Bits of red, green, blue and alpha in pixels of 16 and
                                      ///< 32 bits; 0 for an alpha means opaque.
 
+    /// Whether readDibPixels() can do with the depth.
     bool hasKnownDepth() const;
 
     /// Bytes of a row: whole groups of four.

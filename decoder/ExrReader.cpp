@@ -2,6 +2,7 @@
 #include "decoder/ExrReader.h"
 
 #include "decoder/FileBytes.h"
+#include "decoder/ReaderFailures.h"
 #include "decoder/ToneMapping.h"
 
 #include <ImathMatrix.h>
@@ -123,7 +124,7 @@ public:
         try {
             return decodeOrThrow(makeImage);
         } catch (const std::bad_alloc&) {
-            return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
+            return noMemory();
         } catch (const std::exception& error) {
             return fail(ErrorKind::Damaged, QString::fromUtf8(error.what()));
         }
@@ -185,7 +186,7 @@ Result<DecodedPicture> ExrReader::decodeOrThrow(const ImageMaker& makeImage)
     QImage image
         = makeImage(size, hasAlpha() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
     if (image.isNull())
-        return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
+        return noMemory();
     toneMapLinear({ light.data(), qsizetype(size.width()) * 4, size, 4 }, image);
     return DecodedPicture { std::move(image), {} };
 }
@@ -202,7 +203,7 @@ OpenedPicture openExr(FileBytes& file)
     try {
         auto reader = std::make_unique<ExrReader>(std::move(*bytes));
         if (!isReasonable(reader->header().size))
-            return fail(ErrorKind::TooLarge, QStringLiteral("more pixels than can be shown"));
+            return tooManyPixels();
         if (!reader->hasColors())
             return fail(ErrorKind::Unsupported, QStringLiteral("no colours in it"));
         return reader;

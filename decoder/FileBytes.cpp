@@ -7,7 +7,7 @@ namespace quorvane {
 
 namespace {
 
-constexpr qsizetype kHeadSize = 256 * 1024;
+constexpr qsizetype kHeadSize = qsizetype(256) * 1024;
 constexpr qint64 kFileLimit = qint64(1) << 30;
 
 QByteArray beginningOf(const FileDescriptor& file, qsizetype size)

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/HeifGeometry.h"
 
-#include <QByteArrayView>
-#include <QtEndian>
+#include "decoder/ByteReader.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,40 +10,6 @@
 namespace quorvane {
 
 namespace {
-
-/// Reads numbers one after the other; beyond the end they are 0.
-class NumberReader {
-public:
-    explicit NumberReader(QByteArrayView bytes)
-        : mBytes(bytes)
-    {
-    }
-
-    template <typename T> T next()
-    {
-        if (mBytes.size() < qsizetype(sizeof(T))) {
-            mIsOver = true;
-            return 0;
-        }
-        const T value = qFromBigEndian<T>(mBytes.data());
-        mBytes = mBytes.sliced(sizeof(T));
-        return value;
-    }
-
-    /// One after the other, as a quotient.
-    double nextFraction()
-    {
-        const double numerator = next<qint32>();
-        const double denominator = next<qint32>();
-        return denominator == 0 ? 0 : numerator / denominator;
-    }
-
-    bool isOver() const { return mIsOver; }
-
-private:
-    QByteArrayView mBytes;
-    bool mIsOver = false;
-};
 
 struct Box {
     QByteArrayView type;
@@ -56,10 +21,10 @@ std::optional<Box> takeBox(QByteArrayView& bytes)
 {
     if (bytes.size() < 8)
         return std::nullopt;
-    quint64 size = qFromBigEndian<quint32>(bytes.data());
+    quint64 size = bigAt<quint32>(bytes, 0);
     qsizetype header = 8;
     if (size == 1 && bytes.size() >= 16) {
-        size = qFromBigEndian<quint64>(bytes.data() + 8);
+        size = bigAt<quint64>(bytes, 8);
         header = 16;
     } else if (size == 0) {
         size = static_cast<quint64>(bytes.size());
@@ -93,19 +58,19 @@ QByteArrayView boxIn(QByteArrayView bytes, const char* type)
 /// Which properties belong to `item`, by number, in the order in which they apply.
 std::vector<size_t> propertiesOf(QByteArrayView associations, std::uint32_t item)
 {
-    NumberReader reader(associations);
-    const auto versionAndFlags = reader.next<quint32>();
+    ByteReader reader(associations);
+    const auto versionAndFlags = reader.take<quint32>();
     const bool hasLongItems = versionAndFlags >> 24 > 0;
     const bool hasLongNumbers = (versionAndFlags & 1) != 0;
-    const auto items = reader.next<quint32>();
+    const auto items = reader.take<quint32>();
     std::vector<size_t> properties;
-    for (quint32 i = 0; i < items && !reader.isOver(); ++i) {
-        const std::uint32_t id = hasLongItems ? reader.next<quint32>() : reader.next<quint16>();
-        const auto count = reader.next<quint8>();
+    for (quint32 i = 0; i < items && reader.isSound(); ++i) {
+        const std::uint32_t id = hasLongItems ? reader.take<quint32>() : reader.take<quint16>();
+        const auto count = reader.take<quint8>();
         for (int j = 0; j < count; ++j) {
             // The highest bit says whether a reader may ignore the property.
             const size_t number
-                = hasLongNumbers ? reader.next<quint16>() & 0x7fffU : reader.next<quint8>() & 0x7fU;
+                = hasLongNumbers ? reader.take<quint16>() & 0x7fffU : reader.take<quint8>() & 0x7fU;
             if (id == item)
                 properties.push_back(number);
         }
@@ -115,12 +80,20 @@ std::vector<size_t> propertiesOf(QByteArrayView associations, std::uint32_t item
 
 QSize storedSize(QByteArrayView contents)
 {
-    NumberReader reader(contents);
-    reader.next<quint32>(); // Version and flags.
+    ByteReader reader(contents);
+    reader.skip(4); // Version and flags.
     constexpr quint32 kLongest = 1U << 30;
-    const quint32 width = std::min(reader.next<quint32>(), kLongest);
-    const quint32 height = std::min(reader.next<quint32>(), kLongest);
+    const quint32 width = std::min(reader.take<quint32>(), kLongest);
+    const quint32 height = std::min(reader.take<quint32>(), kLongest);
     return { static_cast<int>(width), static_cast<int>(height) };
+}
+
+/// Two numbers, as their quotient.
+double takeFraction(ByteReader& reader)
+{
+    const double numerator = reader.take<qint32>();
+    const double denominator = reader.take<qint32>();
+    return denominator == 0 ? 0 : numerator / denominator;
 }
 
 /// What is left of a side of `length` when only `kept` of it counts, whose middle lies `offset`
@@ -135,11 +108,11 @@ int keptLength(int length, double kept, double offset)
 
 QSize croppedSize(QSize size, QByteArrayView contents)
 {
-    NumberReader reader(contents);
-    const double width = reader.nextFraction();
-    const double height = reader.nextFraction();
-    const double x = reader.nextFraction();
-    const double y = reader.nextFraction();
+    ByteReader reader(contents);
+    const double width = takeFraction(reader);
+    const double height = takeFraction(reader);
+    const double x = takeFraction(reader);
+    const double y = takeFraction(reader);
     return { keptLength(size.width(), width, x), keptLength(size.height(), height, y) };
 }
 

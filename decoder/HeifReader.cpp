@@ -2,19 +2,16 @@
 #include "decoder/HeifReader.h"
 
 #include "decoder/FileBytes.h"
-#include "decoder/HeifGeometry.h"
+#include "decoder/HeifFile.h"
+#include "decoder/HeifRecognition.h"
 #include "decoder/PlanarPicture.h"
+#include "decoder/ReaderFailures.h"
 #include "decoder/ToneMapping.h"
-
-#include <QtEndian>
 
 #include <libheif/heif.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
-#include <optional>
-#include <vector>
 
 namespace quorvane {
 
@@ -23,36 +20,9 @@ namespace {
 template <auto Release> struct Releaser {
     template <typename T> void operator()(T* object) const { Release(object); }
 };
-using Context = std::unique_ptr<heif_context, Releaser<heif_context_free>>;
-using Handle = std::unique_ptr<const heif_image_handle, Releaser<heif_image_handle_release>>;
 using HeifImage = std::unique_ptr<heif_image, Releaser<heif_image_release>>;
 using Nclx = std::unique_ptr<heif_color_profile_nclx, Releaser<heif_nclx_color_profile_free>>;
 using Options = std::unique_ptr<heif_decoding_options, Releaser<heif_decoding_options_free>>;
-
-ErrorKind kindOf(const heif_error& error)
-{
-    if (error.subcode == heif_suberror_Security_limit_exceeded)
-        return ErrorKind::TooLarge;
-    switch (error.code) {
-    case heif_error_Unsupported_filetype:
-    case heif_error_Unsupported_feature:
-        return ErrorKind::Unsupported;
-    case heif_error_Memory_allocation_error:
-        return ErrorKind::TooLarge;
-    default:
-        return ErrorKind::Damaged;
-    }
-}
-
-tl::unexpected<Error> failure(const heif_error& error)
-{
-    return fail(kindOf(error), QString::fromUtf8(error.message));
-}
-
-tl::unexpected<Error> noMemory()
-{
-    return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
-}
 
 /// What numbers of a picture mean, as the container or the codec says. Nothing said: -1.
 struct CodePoints {
@@ -79,23 +49,15 @@ Plane planeOf(const heif_image* image, heif_channel channel, QSize size)
     return { data, stride };
 }
 
-/// One of the pictures in a file.
-struct Item {
-    Handle handle;
-    QSize size; ///< Upright.
-};
-
 class HeifReader final : public PictureReader {
 public:
-    HeifReader(QByteArray bytes, Context context, Item item)
-        : mBytes(std::move(bytes))
-        , mContext(std::move(context))
-        , mHandle(std::move(item.handle))
-        , mSize(item.size)
+    HeifReader(HeifFile file, HeifItem item)
+        : mFile(std::move(file))
+        , mItem(std::move(item))
     {
     }
 
-    PictureHeader header() const override { return { mSize, 1 }; }
+    PictureHeader header() const override { return { size(), 1 }; }
     Result<DecodedPicture> decode(QSize wanted, const ImageMaker& makeImage) override;
 
 private:
@@ -105,35 +67,32 @@ private:
     Result<DecodedPicture> pictureOf(
         const PlanarPicture& planes, int divisor, const ImageMaker& makeImage) const;
 
-    bool isPremultiplied() const
-    {
-        return heif_image_handle_is_premultiplied_alpha(mHandle.get()) != 0;
-    }
+    bool isPremultiplied() const { return heif_image_handle_is_premultiplied_alpha(handle()) != 0; }
     CodePoints codePoints() const;
     ColorProfile profile() const;
 
-    QByteArray mBytes; ///< The library reads from it as long as the context lives.
-    Context mContext;
-    Handle mHandle;
-    QSize mSize; ///< Upright.
+    const heif_image_handle* handle() const { return mItem.handle.get(); }
+    QSize size() const { return mItem.size; }
+
+    HeifFile mFile; ///< Outlives the item.
+    HeifItem mItem;
 };
 
 CodePoints HeifReader::codePoints() const
 {
     heif_color_profile_nclx* nclx = nullptr;
-    heif_image_handle_get_nclx_color_profile(mHandle.get(), &nclx);
+    heif_image_handle_get_nclx_color_profile(handle(), &nclx);
     return codePointsOf(Nclx(nclx));
 }
 
 ColorProfile HeifReader::profile() const
 {
-    const size_t size = heif_image_handle_get_raw_color_profile_size(mHandle.get());
-    const auto type = heif_image_handle_get_color_profile_type(mHandle.get());
+    const size_t size = heif_image_handle_get_raw_color_profile_size(handle());
+    const auto type = heif_image_handle_get_color_profile_type(handle());
     const bool isIcc = type == heif_color_profile_type_rICC || type == heif_color_profile_type_prof;
     if (isIcc && size > 0) {
         QByteArray bytes(static_cast<qsizetype>(size), Qt::Uninitialized);
-        if (heif_image_handle_get_raw_color_profile(mHandle.get(), bytes.data()).code
-            == heif_error_Ok)
+        if (heif_image_handle_get_raw_color_profile(handle(), bytes.data()).code == heif_error_Ok)
             return ColorProfile::fromIcc(bytes);
     }
     const CodePoints colors = codePoints();
@@ -145,24 +104,23 @@ Result<HeifImage> HeifReader::decodedAs(heif_colorspace colorSpace, heif_chroma 
 {
     const Options options(heif_decoding_options_alloc());
     heif_image* image = nullptr;
-    const heif_error error
-        = heif_decode_image(mHandle.get(), &image, colorSpace, chroma, options.get());
+    const heif_error error = heif_decode_image(handle(), &image, colorSpace, chroma, options.get());
     HeifImage result(image);
     if (error.code != heif_error_Ok)
-        return failure(error);
+        return heifFailure(error);
     heif_error warning {};
     if (heif_image_get_decoding_warnings(result.get(), 0, &warning, 1) > 0)
         return fail(ErrorKind::Damaged, QString::fromUtf8(warning.message));
     const QSize decoded { heif_image_get_primary_width(result.get()),
         heif_image_get_primary_height(result.get()) };
-    if (decoded != mSize)
-        return fail(ErrorKind::Damaged, QStringLiteral("the header tells another size"));
+    if (decoded != size())
+        return damaged("the header tells another size");
     return result;
 }
 
 Result<DecodedPicture> HeifReader::decode(QSize wanted, const ImageMaker& makeImage)
 {
-    return heif_image_handle_get_luma_bits_per_pixel(mHandle.get()) > 8
+    return heif_image_handle_get_luma_bits_per_pixel(handle()) > 8
         ? decodeDeep(makeImage)
         : decodeShallow(wanted, makeImage);
 }
@@ -183,14 +141,14 @@ Result<DecodedPicture> HeifReader::decodeShallow(QSize wanted, const ImageMaker&
     if (!decoded)
         return tl::unexpected(decoded.error());
     const heif_image* const image = decoded->get();
-    const PlanarPicture planes { mSize, planeOf(image, heif_channel_R, mSize),
-        planeOf(image, heif_channel_G, mSize), planeOf(image, heif_channel_B, mSize),
-        planeOf(image, heif_channel_Alpha, mSize), isPremultiplied() };
+    const PlanarPicture planes { size(), planeOf(image, heif_channel_R, size()),
+        planeOf(image, heif_channel_G, size()), planeOf(image, heif_channel_B, size()),
+        planeOf(image, heif_channel_Alpha, size()), isPremultiplied() };
     const bool isAlphaUsable
         = planes.alpha.data || !heif_image_has_channel(image, heif_channel_Alpha);
     if (!planes.red.data || !planes.green.data || !planes.blue.data || !isAlphaUsable)
         return fail(ErrorKind::Unsupported, QStringLiteral("samples of an unknown kind"));
-    return pictureOf(planes, divisorFor(mSize, wanted), makeImage);
+    return pictureOf(planes, divisorFor(size(), wanted), makeImage);
 }
 
 Result<DecodedPicture> HeifReader::pictureOf(
@@ -198,7 +156,7 @@ Result<DecodedPicture> HeifReader::pictureOf(
 {
     const auto format
         = planes.alpha.data ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32;
-    QImage image = makeImage(dividedSize(mSize, divisor), format);
+    QImage image = makeImage(dividedSize(size(), divisor), format);
     if (image.isNull())
         return noMemory();
     makePixels(planes, divisor, image);
@@ -271,9 +229,9 @@ Result<DecodedPicture> HeifReader::decodeDeep(const ImageMaker& makeImage) const
     if (!deep.isUsable())
         return fail(ErrorKind::Unsupported, QStringLiteral("samples of an unknown kind"));
     deep.widen(isPremultiplied());
-    const bool hasAlpha = heif_image_handle_has_alpha_channel(mHandle.get()) != 0;
+    const bool hasAlpha = heif_image_handle_has_alpha_channel(handle()) != 0;
     QImage image
-        = makeImage(mSize, hasAlpha ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+        = makeImage(size(), hasAlpha ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
     if (image.isNull())
         return noMemory();
     const CodePoints colors = codePoints();
@@ -284,91 +242,6 @@ Result<DecodedPicture> HeifReader::decodeDeep(const ImageMaker& makeImage) const
     return DecodedPicture { std::move(image), {} };
 }
 
-/// The brands of the file's first box: the major one first.
-std::vector<QByteArrayView> brandsOf(const QByteArray& head)
-{
-    constexpr qsizetype kHeader = 8;
-    if (head.size() < kHeader + 8 || head.sliced(4, 4) != "ftyp")
-        return {};
-    const qsizetype size
-        = std::min<qsizetype>(qFromBigEndian<quint32>(head.constData()), head.size());
-    std::vector<QByteArrayView> brands;
-    for (qsizetype at = kHeader; at + 4 <= size; at += 4) {
-        if (at != kHeader + 4) // The version of the major brand.
-            brands.push_back(QByteArrayView(head).sliced(at, 4));
-    }
-    return brands;
-}
-
-bool isPictureBrand(QByteArrayView brand)
-{
-    constexpr std::array<const char*, 16> kBrands { "heic", "heix", "heim", "heis", "hevc", "hevx",
-        "hevm", "hevs", "mif1", "mif2", "mif3", "msf1", "avif", "avis", "avio", "miaf" };
-    return std::any_of(kBrands.begin(), kBrands.end(),
-        [&](const char* known) { return brand == QByteArrayView(known, 4); });
-}
-
-bool isMovieBrand(QByteArrayView brand)
-{
-    return brand.startsWith("iso") || brand.startsWith("mp4") || brand.startsWith("qt")
-        || brand.startsWith("M4") || brand.startsWith("3g") || brand.startsWith("crx");
-}
-
-/// A context that has read `bytes`, which must outlive it.
-Result<Context> contextOf(const QByteArray& bytes)
-{
-    Context context(heif_context_alloc());
-    if (!context)
-        return noMemory();
-    const heif_error error = heif_context_read_from_memory_without_copy(
-        context.get(), bytes.constData(), static_cast<size_t>(bytes.size()), nullptr);
-    if (error.code != heif_error_Ok)
-        return failure(error);
-    return context;
-}
-
-Item itemOf(const QByteArray& bytes, heif_item_id id, Handle handle)
-{
-    const QSize told { heif_image_handle_get_width(handle.get()),
-        heif_image_handle_get_height(handle.get()) };
-    return { std::move(handle), uprightHeifSize(bytes, id).value_or(told) };
-}
-
-Result<Item> primaryOf(const QByteArray& bytes, const Context& context)
-{
-    heif_item_id id = 0;
-    heif_image_handle* handle = nullptr;
-    heif_error error = heif_context_get_primary_image_ID(context.get(), &id);
-    if (error.code == heif_error_Ok)
-        error = heif_context_get_image_handle(context.get(), id, &handle);
-    if (error.code != heif_error_Ok)
-        return failure(error);
-    return itemOf(bytes, id, Handle(handle));
-}
-
-/// Whether `small` is `large` made smaller, by its shape: within a tenth, since small pictures are
-/// rounded.
-bool haveSameShape(QSize small, QSize large)
-{
-    const double ratio = double(small.width()) * large.height();
-    const double wanted = double(small.height()) * large.width();
-    return ratio > wanted * 0.9 && ratio < wanted * 1.1;
-}
-
-Result<Item> thumbnailOf(const QByteArray& bytes, const Item& picture)
-{
-    heif_item_id id = 0;
-    heif_image_handle* handle = nullptr;
-    const heif_image_handle* const owner = picture.handle.get();
-    if (heif_image_handle_get_list_of_thumbnail_IDs(owner, &id, 1) < 1
-        || heif_image_handle_get_thumbnail(owner, id, &handle).code != heif_error_Ok)
-        return fail(ErrorKind::NotFound, QStringLiteral("no small picture in it"));
-    Item thumbnail = itemOf(bytes, id, Handle(handle));
-    if (!haveSameShape(thumbnail.size, picture.size))
-        return fail(ErrorKind::NotFound, QStringLiteral("its small picture is another one"));
-    return thumbnail;
-}
-
 enum class Which { Primary, Thumbnail };
 
 OpenedPicture openItem(FileBytes& file, Which which)
@@ -376,32 +249,24 @@ OpenedPicture openItem(FileBytes& file, Which which)
     auto bytes = file.all();
     if (!bytes)
         return tl::unexpected(bytes.error());
-    auto context = contextOf(*bytes);
-    if (!context)
-        return tl::unexpected(context.error());
-    auto item = primaryOf(*bytes, *context);
+    auto heif = HeifFile::read(std::move(*bytes));
+    if (!heif)
+        return tl::unexpected(heif.error());
+    auto item = heif->primary();
     if (item && which == Which::Thumbnail)
-        item = thumbnailOf(*bytes, *item);
+        item = heif->thumbnailOf(*item);
     if (!item)
         return tl::unexpected(item.error());
     if (item->size.isEmpty())
-        return fail(ErrorKind::Damaged, QStringLiteral("a picture without a size"));
+        return damaged("a picture without a size");
     if (!isReasonable(item->size))
-        return fail(ErrorKind::TooLarge, QStringLiteral("more pixels than can be shown"));
-    return std::make_unique<HeifReader>(std::move(*bytes), std::move(*context), std::move(*item));
+        return tooManyPixels();
+    return std::make_unique<HeifReader>(std::move(*heif), std::move(*item));
 }
 
 } // namespace
 
-bool isHeif(const QByteArray& head)
-{
-    const auto brands = brandsOf(head);
-    if (brands.empty())
-        return false;
-    return isPictureBrand(brands.front())
-        || (!isMovieBrand(brands.front())
-            && std::any_of(brands.begin(), brands.end(), isPictureBrand));
-}
+bool isHeif(const QByteArray& head) { return hasHeifBrand(head); }
 
 OpenedPicture openHeif(FileBytes& file) { return openItem(file, Which::Primary); }
 

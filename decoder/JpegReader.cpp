@@ -4,6 +4,7 @@
 #include "decoder/ExifData.h"
 #include "decoder/FileBytes.h"
 #include "decoder/JpegSegments.h"
+#include "decoder/ReaderFailures.h"
 
 #include <turbojpeg.h>
 
@@ -173,7 +174,7 @@ Result<DecodedPicture> JpegReader::decode(QSize wanted, const ImageMaker& makeIm
             ErrorKind::TooLarge, QStringLiteral("%1x%2").arg(size.width()).arg(size.height()));
     QImage image = makeImage(size, QImage::Format_RGB32);
     if (image.isNull())
-        return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
+        return noMemory();
     if (auto done = mForm.isOfInks() ? decodeInks(image) : decodeColours(image); !done)
         return tl::unexpected(done.error());
     return DecodedPicture { std::move(image),

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/JpegSegments.h"
 
-#include <QtEndian>
+#include "decoder/ByteReader.h"
 
 #include <algorithm>
 
@@ -44,7 +44,7 @@ std::vector<JpegSegment> jpegSegments(const QByteArray& jpeg)
             ++place; // Any number of these may stand before a marker.
             continue;
         }
-        const auto length = qFromBigEndian<quint16>(jpeg.constData() + place + 2);
+        const auto length = bigAt<quint16>(jpeg, place + 2);
         if (kind == kStartOfScan || length < 2)
             break;
         segments.push_back({ kind, jpeg.mid(place + kSegmentHead, length - 2) });

@@ -2,6 +2,7 @@
 #include "decoder/JxlReader.h"
 
 #include "decoder/FileBytes.h"
+#include "decoder/ReaderFailures.h"
 #include "decoder/ToneMapping.h"
 
 #include <jxl/decode.h>
@@ -35,11 +36,6 @@ tl::unexpected<Error> damaged()
     return fail(ErrorKind::Damaged, QStringLiteral("the picture ends too soon or is broken"));
 }
 
-tl::unexpected<Error> noMemory()
-{
-    return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
-}
-
 /// What the samples that the library delivers mean.
 struct SampleColors {
     bool isSrgb = false;
@@ -54,22 +50,22 @@ std::uint32_t multiplied(std::uint32_t value, std::uint32_t alpha)
     return (product + (product >> 8)) >> 8;
 }
 
+QRgb rearranged(const uchar* pixel, bool isPremultiplied)
+{
+    const std::uint32_t alpha = pixel[3];
+    const auto share = [&](std::uint32_t value) {
+        return isPremultiplied ? std::min(value, alpha) : multiplied(value, alpha);
+    };
+    return alpha << 24 | share(pixel[0]) << 16 | share(pixel[1]) << 8 | share(pixel[2]);
+}
+
 /// From the order of the library, red first, to that of the image, and alpha as the image has it.
 void rearrange(QImage& image, bool isPremultiplied)
 {
     for (int y = 0; y < image.height(); ++y) {
         uchar* pixel = image.scanLine(y);
-        for (int x = 0; x < image.width(); ++x, pixel += 4) {
-            const std::uint32_t red = pixel[0];
-            const std::uint32_t green = pixel[1];
-            const std::uint32_t blue = pixel[2];
-            const std::uint32_t alpha = pixel[3];
-            const auto share = [&](std::uint32_t value) {
-                return isPremultiplied ? std::min(value, alpha) : multiplied(value, alpha);
-            };
-            *reinterpret_cast<QRgb*>(pixel)
-                = alpha << 24 | share(red) << 16 | share(green) << 8 | share(blue);
-        }
+        for (int x = 0; x < image.width(); ++x, pixel += 4)
+            *reinterpret_cast<QRgb*>(pixel) = rearranged(pixel, isPremultiplied);
     }
 }
 
@@ -349,7 +345,7 @@ OpenedPicture openJxl(FileBytes& file)
     constexpr uint32_t kLongest = 1U << 30; // Its largest side, so that a QSize holds it.
     if (info->xsize > kLongest || info->ysize > kLongest
         || !isReasonable({ static_cast<int>(info->xsize), static_cast<int>(info->ysize) }))
-        return fail(ErrorKind::TooLarge, QStringLiteral("more pixels than can be shown"));
+        return tooManyPixels();
     return std::make_unique<JxlReader>(std::move(*bytes), *info);
 }
 

@@ -2,6 +2,7 @@
 #include "decoder/PfmReader.h"
 
 #include "decoder/FileBytes.h"
+#include "decoder/ReaderFailures.h"
 #include "decoder/ToneMapping.h"
 
 #include <QList>
@@ -64,8 +65,9 @@ public:
         Q_UNUSED(wanted)
         QImage image = makeImage(mLayout.size, QImage::Format_RGB32);
         if (image.isNull())
-            return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
-        const auto row = static_cast<size_t>(mLayout.size.width() * mLayout.channels);
+            return noMemory();
+        const auto row
+            = static_cast<size_t>(mLayout.size.width()) * static_cast<size_t>(mLayout.channels);
         std::vector<float> samples(row * static_cast<size_t>(mLayout.size.height()));
         for (int y = 0; y < mLayout.size.height(); ++y) {
             // The last row comes first.
@@ -102,14 +104,14 @@ OpenedPicture openPfm(FileBytes& file)
     if (!bytes)
         return tl::unexpected(bytes.error());
     if (!isPfm(*bytes))
-        return fail(ErrorKind::Damaged, QStringLiteral("another file by now"));
+        return damaged("another file by now");
     const PfmLayout layout = layoutOf(*bytes);
     if (layout.size.isEmpty())
-        return fail(ErrorKind::Damaged, QStringLiteral("no size"));
+        return damaged("no size");
     if (!isReasonable(layout.size))
-        return fail(ErrorKind::TooLarge, QStringLiteral("too many pixels"));
+        return tooManyPixels();
     if (layout.samples + layout.rowSize() * layout.size.height() > bytes->size())
-        return fail(ErrorKind::Damaged, QStringLiteral("the picture is cut short"));
+        return damaged("the picture is cut short");
     return std::make_unique<PfmReader>(std::move(*bytes), layout);
 }
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/PngReader.h"
 
+#include "decoder/ByteReader.h"
 #include "decoder/ExifData.h"
 #include "decoder/FileBytes.h"
+#include "decoder/ReaderFailures.h"
 #include "decoder/ToneMapping.h"
-
-#include <QtEndian>
 
 #include <png.h>
 
@@ -34,7 +34,7 @@ QByteArray chunkOf(const QByteArray& png, QByteArrayView name)
     constexpr qsizetype kAround = kHead + 4; // And the checksum.
     qsizetype place = kSignature.size();
     while (place + kHead <= png.size()) {
-        const auto length = qsizetype(qFromBigEndian<quint32>(png.constData() + place));
+        const auto length = qsizetype(bigAt<quint32>(png, place));
         if (length > png.size() - place - kHead)
             break;
         if (QByteArrayView(png).sliced(place + 4, 4) == name)
@@ -246,11 +246,6 @@ Samples::Layout layoutOf(int channels)
     default:
         return Samples::Layout::Rgba;
     }
-}
-
-tl::unexpected<Error> noMemory()
-{
-    return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
 }
 
 class PngReader : public PictureReader {

@@ -2,6 +2,7 @@
 #include "decoder/QtReader.h"
 
 #include "decoder/FileBytes.h"
+#include "decoder/ReaderFailures.h"
 #include "decoder/Transparency.h"
 
 #include <QBuffer>
@@ -59,9 +60,9 @@ OpenedPicture openWithQt(FileBytes& file, const char* format)
     reader.setAutoDetectImageFormat(false);
     const QSize size = reader.size();
     if (size.isEmpty())
-        return fail(ErrorKind::Damaged, QStringLiteral("no size"));
+        return damaged("no size");
     if (!isReasonable(size))
-        return fail(ErrorKind::TooLarge, QStringLiteral("too many pixels"));
+        return tooManyPixels();
     return std::make_unique<QtReader>(std::move(*bytes), format, size);
 }
 
@@ -79,7 +80,7 @@ OpenedPicture openXbm(FileBytes& file)
     const auto bytes = file.all();
     // The library shows whatever numbers are there.
     if (bytes && !bytes->contains('}'))
-        return fail(ErrorKind::Damaged, QStringLiteral("the picture is cut short"));
+        return damaged("the picture is cut short");
     return openWithQt(file, "xbm");
 }
 

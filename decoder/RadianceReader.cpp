@@ -2,6 +2,7 @@
 #include "decoder/RadianceReader.h"
 
 #include "decoder/FileBytes.h"
+#include "decoder/ReaderFailures.h"
 #include "decoder/ToneMapping.h"
 
 #include <QByteArrayList>
@@ -211,17 +212,17 @@ public:
         const auto height = static_cast<size_t>(mHeader.size.height());
         // A line is four bytes at least: nothing is allocated for what cannot be there.
         if (height > static_cast<size_t>(mBytes.size()) / 4)
-            return fail(ErrorKind::Damaged, QStringLiteral("the picture ends too soon"));
+            return damaged("the picture ends too soon");
         std::vector<float> light(width * height * 3);
         LineReader reader(QByteArrayView(mBytes).sliced(mHeader.dataAt), mHeader.size.width());
         for (size_t y = 0; y < height; ++y) {
             if (!reader.readLine())
-                return fail(ErrorKind::Damaged, QStringLiteral("the picture ends too soon"));
+                return damaged("the picture ends too soon");
             store(reader.line(), light.data() + y * width * 3);
         }
         QImage image = makeImage(mHeader.size, QImage::Format_RGB32);
         if (image.isNull())
-            return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
+            return noMemory();
         toneMapLinear({ light.data(), qsizetype(width) * 3, mHeader.size, 3 }, image);
         return DecodedPicture { std::move(image), {} };
     }
@@ -258,9 +259,9 @@ OpenedPicture openRadiance(FileBytes& file)
         return tl::unexpected(bytes.error());
     const auto header = headerOf(*bytes);
     if (!header || header->size.isEmpty())
-        return fail(ErrorKind::Damaged, QStringLiteral("a header that is broken"));
+        return damaged("a header that is broken");
     if (!isReasonable(header->size))
-        return fail(ErrorKind::TooLarge, QStringLiteral("more pixels than can be shown"));
+        return tooManyPixels();
     return std::make_unique<RadianceReader>(std::move(*bytes), *header);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/RawRecognition.h"
 
-#include <QtEndian>
+#include "decoder/ByteReader.h"
 
 #include <algorithm>
 #include <array>
@@ -58,10 +58,9 @@ public:
 private:
     template <typename Number> std::optional<Number> number(qsizetype position) const
     {
-        if (position < 0 || position > mHead.size() - qsizetype(sizeof(Number)))
+        if (!hasBytesAt(mHead, position, sizeof(Number)))
             return std::nullopt;
-        const char* const bytes = mHead.constData() + position;
-        return mIsBig ? qFromBigEndian<Number>(bytes) : qFromLittleEndian<Number>(bytes);
+        return mIsBig ? bigAt<Number>(mHead, position) : littleAt<Number>(mHead, position);
     }
 
     void queue(std::optional<quint32> offset)

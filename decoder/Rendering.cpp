@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/Rendering.h"
 
+#include "decoder/DisplayColors.h"
 #include "platform/Orientation.h"
 
 #include <QPainter>
@@ -68,7 +69,7 @@ Result<void> renderUpright(PictureReader& reader, QImage& canvas)
     if (image.isNull())
         return noMemory();
     // Fewer pixels by now than were decoded, as a rule.
-    convertToSrgb(image, decoded->profile);
+    convertForDisplay(image, decoded->profile);
     if (image.constBits() == canvas.constBits()) {
         canvas.reinterpretAsFormat(image.format());
         return {};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// From a file to finished pixels: decoded, scaled, in sRGB, upright.
+// From a file to finished pixels: decoded, scaled, in the display's colours, upright.
 #pragma once
 
 #include "decoder/PictureReader.h"

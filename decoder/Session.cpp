@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/Session.h"
 
+#include "decoder/DisplayColors.h"
 #include "decoder/Rendering.h"
 #include "platform/Decoding.h"
 #include "platform/MessageSocket.h"
@@ -85,6 +86,9 @@ void Session::run(const QByteArray& missingProtections)
             break;
         case ToDecoder::Kind::Forget:
             forget(request.buffer);
+            break;
+        case ToDecoder::Kind::Target:
+            setTarget(file);
             break;
         }
     }
@@ -174,6 +178,12 @@ void Session::forget(std::uint64_t number)
         return;
     munmap(known->second.data, known->second.size);
     mBuffers.erase(known);
+}
+
+void Session::setTarget(const FileDescriptor& file)
+{
+    const bool isSrgb = file.get() < 0;
+    setDisplayProfile(isSrgb ? QByteArray() : FileBytes(file).all().value_or(QByteArray()));
 }
 
 void Session::closeFile()

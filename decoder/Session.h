@@ -40,6 +40,7 @@ private:
     Result<bool> render(const ToDecoder& request, const FileDescriptor& file);
     std::optional<Buffer> bufferFor(const ToDecoder& request, const FileDescriptor& file);
     void forget(std::uint64_t number);
+    static void setTarget(const FileDescriptor& file);
     void closeFile();
     bool send(const FromDecoder& message);
     bool sendFailure(const Error& error);

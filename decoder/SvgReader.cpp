@@ -3,6 +3,7 @@
 
 #include "decoder/DrawingFonts.h"
 #include "decoder/FileBytes.h"
+#include "decoder/ReaderFailures.h"
 
 #include <QString>
 #include <QStringDecoder>
@@ -86,7 +87,7 @@ Result<QByteArray> inflated(const QByteArray& bytes, qsizetype limit, Amount amo
         text.resize(filled + (state == G_CONVERTER_ERROR ? 0 : static_cast<qsizetype>(written)));
     }
     if (state == G_CONVERTER_ERROR && amount == Amount::Everything)
-        return fail(ErrorKind::Damaged, QStringLiteral("compressed text that is broken"));
+        return damaged("compressed text that is broken");
     return text;
 }
 
@@ -256,7 +257,7 @@ public:
             return fail(ErrorKind::TooLarge, QStringLiteral("larger than can be drawn"));
         QImage image = makeImage(wanted, QImage::Format_ARGB32_Premultiplied);
         if (image.isNull())
-            return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
+            return noMemory();
         image.fill(Qt::transparent);
         if (auto drawn = drawOn(image); !drawn)
             return tl::unexpected(drawn.error());
@@ -274,7 +275,7 @@ private:
         const RsvgRectangle viewport { 0, 0, mNatural.width(), mNatural.height() };
         GErrorHolder error;
         if (!rsvg_handle_render_document(mDrawing.get(), painter.get(), &viewport, error.out()))
-            return fail(ErrorKind::Damaged, QStringLiteral("a drawing that cannot be drawn"));
+            return damaged("a drawing that cannot be drawn");
         cairo_surface_flush(surface.get());
         return {};
     }
@@ -339,7 +340,7 @@ OpenedPicture openSvg(FileBytes& file)
         return tl::unexpected(bytes.error());
     Drawing drawing = drawingOf(*bytes);
     if (!drawing)
-        return fail(ErrorKind::Damaged, QStringLiteral("text that is not well-formed"));
+        return damaged("text that is not well-formed");
     return std::make_unique<SvgReader>(std::move(drawing));
 }
 

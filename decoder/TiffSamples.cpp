@@ -18,6 +18,11 @@ qint64 bytesOf(SampleForm form)
     return form == SampleForm::Float32 ? 4 : 2;
 }
 
+template <typename Number> const Number* numbersOf(const SampleRun& run)
+{
+    return reinterpret_cast<const Number*>(run.bytes);
+}
+
 /// Stretched to 16 bits: the largest number stays the largest.
 quint16 packedSample(const SampleRun& run, qsizetype index)
 {
@@ -88,25 +93,22 @@ void Band::take(const SampleRun& run, int plane, QPoint to)
     case SampleForm::Byte:
         takeSamples<uchar>(run, plane, to, [&](qsizetype i) { return run.bytes[i]; });
         return;
-    case SampleForm::Word: {
-        const auto* const words = reinterpret_cast<const quint16*>(run.bytes);
-        takeSamples<quint16>(run, plane, to, [&](qsizetype i) { return words[i]; });
-        return;
-    }
-    case SampleForm::LongWord: {
-        const auto* const words = reinterpret_cast<const quint32*>(run.bytes);
+    case SampleForm::Word:
         takeSamples<quint16>(
-            run, plane, to, [&](qsizetype i) { return static_cast<quint16>(words[i] >> 16); });
+            run, plane, to, [words = numbersOf<quint16>(run)](qsizetype i) { return words[i]; });
         return;
-    }
+    case SampleForm::LongWord:
+        takeSamples<quint16>(run, plane, to, [words = numbersOf<quint32>(run)](qsizetype i) {
+            return static_cast<quint16>(words[i] >> 16);
+        });
+        return;
     case SampleForm::Packed:
         takeSamples<quint16>(run, plane, to, [&](qsizetype i) { return packedSample(run, i); });
         return;
-    case SampleForm::Float32: {
-        const auto* const numbers = reinterpret_cast<const float*>(run.bytes);
-        takeSamples<float>(run, plane, to, [&](qsizetype i) { return numbers[i]; });
+    case SampleForm::Float32:
+        takeSamples<float>(
+            run, plane, to, [numbers = numbersOf<float>(run)](qsizetype i) { return numbers[i]; });
         return;
-    }
     }
 }
 

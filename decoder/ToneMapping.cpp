@@ -12,6 +12,13 @@ namespace quorvane {
 
 namespace {
 
+/// \param value  not negative.
+std::uint32_t rounded(float value)
+{
+    // What lround() does more takes its time, and this is done for every sample.
+    return static_cast<std::uint32_t>(value + 0.5F); // NOLINT(bugprone-incorrect-roundings)
+}
+
 constexpr int kTransferLinear = 8;
 constexpr int kTransferPq = 16;
 constexpr int kTransferHlg = 18;
@@ -85,7 +92,7 @@ private:
 
     static std::uint8_t toByte(float value)
     {
-        return static_cast<std::uint8_t>(std::clamp(value, 0.0F, 1.0F) * 255 + 0.5F);
+        return static_cast<std::uint8_t>(rounded(std::clamp(value, 0.0F, 1.0F) * 255));
     }
 
     /// The identity up to the knee; above it a curve that leaves with the same slope and reaches 1
@@ -215,7 +222,7 @@ void mapRow(
         const float alpha = hasAlpha ? alphaOf(pixel, samples.channels) : 1.0F;
         const std::uint8_t red = curve(pixel[0]);
         to[x] = premultiplied(red, isGray ? red : curve(pixel[1]), isGray ? red : curve(pixel[2]),
-            static_cast<std::uint32_t>(alpha * 255 + 0.5F));
+            rounded(alpha * 255));
     }
 }
 
@@ -322,7 +329,7 @@ private:
         if (mHlgGains.empty())
             return 1;
         const float at = std::sqrt(std::clamp(luminance, 0.0F, 1.0F)) * kHlgSteps;
-        return mHlgGains[static_cast<size_t>(at + 0.5F)];
+        return mHlgGains[rounded(at)];
     }
 
     Matrix mMatrix;

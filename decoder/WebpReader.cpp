@@ -3,6 +3,7 @@
 
 #include "decoder/ExifData.h"
 #include "decoder/FileBytes.h"
+#include "decoder/ReaderFailures.h"
 
 #include <webp/decode.h>
 #include <webp/demux.h>
@@ -106,11 +107,11 @@ Result<DecodedPicture> WebpReader::decode(QSize wanted, const ImageMaker& makeIm
 {
     const Frame frame(mContainer.get(), 1);
     if (!frame.isWhole())
-        return fail(ErrorKind::Damaged, QStringLiteral("ends too soon"));
+        return damaged("ends too soon");
     const QSize canvas = mHeader.size;
     if (!QRect({}, canvas)
              .contains({ (*frame).x_offset, (*frame).y_offset, (*frame).width, (*frame).height }))
-        return fail(ErrorKind::Damaged, QStringLiteral("a frame outside its canvas"));
+        return damaged("a frame outside its canvas");
     const bool fills = QSize((*frame).width, (*frame).height) == canvas;
     const bool isSmaller = !wanted.isEmpty() && wanted.width() <= canvas.width()
         && wanted.height() <= canvas.height();
@@ -118,7 +119,7 @@ Result<DecodedPicture> WebpReader::decode(QSize wanted, const ImageMaker& makeIm
     QImage image = makeImage(fills && isSmaller ? wanted : canvas,
         isOpaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied);
     if (image.isNull())
-        return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
+        return noMemory();
     if (!fills)
         image.fill(Qt::transparent);
     const VP8StatusCode status = decodeFrame(*frame, canvas, image);
@@ -142,9 +143,9 @@ OpenedPicture openWebp(FileBytes& file)
     WebPDemuxState state = WEBP_DEMUX_PARSE_ERROR;
     Container container(WebPDemuxPartial(&data, &state), &WebPDemuxDelete);
     if (!container || state != WEBP_DEMUX_DONE)
-        return fail(ErrorKind::Damaged, QStringLiteral("ends too soon, or is none"));
+        return damaged("ends too soon, or is none");
     if (!isReasonable(canvasOf(container.get())))
-        return fail(ErrorKind::TooLarge, QStringLiteral("too many pixels"));
+        return tooManyPixels();
     return std::make_unique<WebpReader>(std::move(*bytes), std::move(container));
 }
 

@@ -60,7 +60,7 @@ void ignoreMessage(QtMsgType, const QMessageLogContext&, const QString&) { }
 
 int main(int argc, char** argv)
 {
-    using namespace quorvane;
+    using quorvane::kDecoderSocket;
 
     if (!isSocket(kDecoderSocket)) {
         std::fputs("quorvane-decoder: only quorvane starts this program\n", stderr);
@@ -72,14 +72,15 @@ int main(int argc, char** argv)
     qInstallMessageHandler(ignoreMessage);
     QCoreApplication application(argc, argv);
     QCoreApplication::setLibraryPaths({}); // No plugin is ever looked for.
-    const bool isForPhotographs = argc > 1 && qstrcmp(argv[1], kPhotographsOption) == 0;
-    const Formats* const formats = isForPhotographs ? &photographFormats() : loadFormatsModule();
+    const bool isForPhotographs = argc > 1 && qstrcmp(argv[1], quorvane::kPhotographsOption) == 0;
+    const quorvane::Formats* const formats
+        = isForPhotographs ? &quorvane::photographFormats() : quorvane::loadFormatsModule();
     if (!formats)
         return EXIT_FAILURE;
     if (formats->warmUp)
         formats->warmUp();
-    const QStringList missing = confine({ kDecoderSocket, memoryLimit() });
-    Session(kDecoderSocket, *formats).run(missing.join(QStringLiteral(", ")).toUtf8());
+    const QStringList missing = quorvane::confine({ kDecoderSocket, memoryLimit() });
+    quorvane::Session(kDecoderSocket, *formats).run(missing.join(QStringLiteral(", ")).toUtf8());
     // The end of the libraries is not worth waiting for.
     std::_Exit(EXIT_SUCCESS);
 }

@@ -74,6 +74,7 @@ struct DecoderPool::Worker {
     DecodeQueue::JobPointer job; ///< While Opening or Rendering, or when it ended doing so.
     Moment deadline; ///< Unless Idle.
     int served = 0; ///< Files that it was given.
+    int targetNumber = 0; ///< Of the target that it knows.
 
     QSize pictureSize; ///< Of the job.
     int orientation = 1;
@@ -119,6 +120,19 @@ void DecoderPool::cancel(DecodeTicket ticket) { mQueue.cancel(ticket); }
 void DecoderPool::setPriority(DecodeTicket ticket, DecodeRequest::Priority priority)
 {
     mQueue.setPriority(ticket, priority);
+}
+
+void DecoderPool::setTarget(const QByteArray& profile)
+{
+    auto memory
+        = profile.isEmpty() ? nullptr : SharedMemory::create(static_cast<size_t>(profile.size()));
+    if (memory
+        && pwrite(memory->descriptor(), profile.constData(), memory->size(), 0)
+            != static_cast<ssize_t>(memory->size()))
+        memory = nullptr;
+    const std::lock_guard lock(mTargetMutex);
+    mTarget = std::move(memory);
+    ++mTargetNumber;
 }
 
 void DecoderPool::drain() { mQueue.drain(); }
@@ -404,9 +418,18 @@ void DecoderPool::begin(Worker& worker, const DecodeQueue::JobPointer& job)
     worker.state = Worker::State::Opening;
     worker.deadline = steady_clock::now() + mOptions.answerLimit;
     ++worker.served;
+    tellTarget(worker);
     // If it is gone already, its end is the next that is heard of it.
     worker.process->send(
         { ToDecoder::Kind::Open, static_cast<std::uint32_t>(job->request.what) }, job->file.get());
+}
+
+void DecoderPool::tellTarget(Worker& worker)
+{
+    const std::lock_guard lock(mTargetMutex);
+    if (std::exchange(worker.targetNumber, mTargetNumber) == mTargetNumber)
+        return;
+    worker.process->send({ ToDecoder::Kind::Target }, mTarget ? mTarget->descriptor() : -1);
 }
 
 /// Ends a decoder that stands in the way of the next file: one whose work nobody wants any more,

@@ -6,6 +6,7 @@
 #include "platform/DecoderProtocol.h"
 #include "platform/Decoding.h"
 #include "platform/FileDescriptor.h"
+#include "platform/SharedMemory.h"
 
 #include <QByteArray>
 
@@ -44,6 +45,9 @@ public:
     void cancel(DecodeTicket ticket);
     void setPriority(DecodeTicket ticket, DecodeRequest::Priority priority);
 
+    /// See setDecodingTarget().
+    void setTarget(const QByteArray& profile);
+
     /// Waits until every request has been answered. Thread: any but the pool's.
     void drain();
 
@@ -75,6 +79,7 @@ private:
     Worker* idleWorkerFor(const DecodeJob& job) const;
     void handOn(Worker& worker);
     void begin(Worker& worker, const DecodeQueue::JobPointer& job);
+    void tellTarget(Worker& worker);
     void makeRoom();
     void retire(Worker& worker);
     void replaceWorkers();
@@ -92,6 +97,10 @@ private:
     bool mHasServed = false; ///< A file.
     int mFailedStarts = 0; ///< In a row.
     bool mHasToldProtections = false;
+
+    std::mutex mTargetMutex; // Guards the next two.
+    std::unique_ptr<SharedMemory> mTarget; ///< The bytes of the profile; none for sRGB.
+    int mTargetNumber = 0; ///< Counts the changes.
 
     std::mutex mThreadMutex; // Guards the next one.
     std::thread mThread;

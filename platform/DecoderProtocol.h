@@ -27,6 +27,8 @@ struct ToDecoder {
         Render, ///< `width`, `height`, `buffer`, `bufferSize`; the first time that a buffer is
                 ///< named, its descriptor comes along.
         Forget, ///< `buffer` will not be named again. No answer.
+        Target, ///< What pixels are converted to from now on: the descriptor of an ICC
+                ///< profile comes along; without one it is sRGB. No answer.
     };
     Kind kind = Kind::Open;
     std::uint32_t what = 0; ///< DecodeRequest::What.

@@ -41,6 +41,8 @@ DecodeTicket decodeAsync(const FileDescriptor& file, DecodeRequest request, Deco
 
 void cancelDecoding(DecodeTicket ticket) { pool().cancel(ticket); }
 
+void setDecodingTarget(const QByteArray& profile) { pool().setTarget(profile); }
+
 void setDecodingPriority(DecodeTicket ticket, DecodeRequest::Priority priority)
 {
     pool().setPriority(ticket, priority);

@@ -37,7 +37,8 @@ struct DecodeRequest {
     Priority priority = Priority::OnScreen;
 };
 
-/// What came of it: pixels in sRGB, upright unless they were wanted as stored.
+/// What came of it: pixels in sRGB or what setDecodingTarget() said, upright unless they were
+/// wanted as stored.
 struct DecodeAnswer {
     PixelBuffer pixels;
     QSize pictureSize; ///< How large the picture is, in its own pixels.
@@ -64,6 +65,10 @@ DecodeTicket decodeAsync(const FileDescriptor& file, DecodeRequest request, Deco
 
 /// `done` will not be called, unless it is being called already. Thread: any.
 void cancelDecoding(DecodeTicket ticket);
+
+/// What the pixels of the files that are begun from now on are converted to. \param profile  ICC,
+/// of three channels; empty, or one that nobody can make use of, for sRGB. Thread: any.
+void setDecodingTarget(const QByteArray& profile);
 
 /// Somebody else waits for it now. Thread: any.
 void setDecodingPriority(DecodeTicket ticket, DecodeRequest::Priority priority);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "decoder/ByteReader.h"
 #include "decoder/Readers.h"
 #include "decoder/TiffReader.h"
 #include "support/PictureBytes.h"
@@ -227,8 +228,8 @@ Fixture pixelsOf(int photometric, const std::vector<double>& samples, int bits =
 /// Changes the first value of a tag in a little-endian file.
 QByteArray withTag(QByteArray bytes, quint16 tag, quint32 value)
 {
-    const auto directory = qFromLittleEndian<quint32>(bytes.constData() + 4);
-    const int count = qFromLittleEndian<quint16>(bytes.constData() + directory);
+    const auto directory = littleAt<quint32>(bytes, 4);
+    const int count = littleAt<quint16>(bytes, directory);
     for (int i = 0; i < count; ++i) {
         char* const entry = bytes.data() + directory + 2 + qsizetype(12) * i;
         if (qFromLittleEndian<quint16>(entry) != tag)

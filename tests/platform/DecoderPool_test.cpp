@@ -78,6 +78,14 @@ struct DecoderPoolTest : testing::Test {
             *reinterpret_cast<const quint32*>(answer->pixels.image().constBits()));
     }
 
+    /// What the decoder was told that pixels are converted to, and how often, if ever.
+    static QByteArray targetOf(const Answer& answer)
+    {
+        if (!answer)
+            return "no answer";
+        return reinterpret_cast<const char*>(answer->pixels.image().constBits());
+    }
+
     /// Nothing if it was decoded.
     static std::optional<ErrorKind> refusal(const Answer& answer)
     {
@@ -289,6 +297,27 @@ TEST_F(DecoderPoolTest, LeavesPicturesThatAreStillShownAlone)
         EXPECT_NE(decoded("300x300")->pixels.image().constBits(), kept->pixels.image().constBits());
 
     EXPECT_EQ(kept->pixels.image(), before);
+}
+
+TEST_F(DecoderPoolTest, TellsEachDecoderOnceWhatPixelsAreConvertedTo)
+{
+    EXPECT_EQ(targetOf(decoded("9x9 target")), "") << "sRGB, of which nobody speaks";
+
+    pool->setTarget("profile");
+    EXPECT_EQ(targetOf(decoded("9x9 target")), "profile 1");
+    EXPECT_EQ(targetOf(decoded("9x9 target")), "profile 1") << "told again";
+
+    pool->setTarget({});
+    EXPECT_EQ(targetOf(decoded("9x9 target")), " 2");
+}
+
+TEST_F(DecoderPoolTest, TellsAFreshDecoderWhatPixelsAreConvertedTo)
+{
+    start(1, 10s);
+    pool->setTarget("profile");
+    EXPECT_EQ(targetOf(decoded("9x9 target")), "profile 1");
+
+    EXPECT_EQ(targetOf(decoded("crash-unless-fresh 9x9 target")), "profile 1");
 }
 
 TEST_F(DecoderPoolTest, LetsPicturesOutliveTheirDecoderAndThePool)

@@ -91,6 +91,14 @@ void Screen::key(KeySymbol symbol, std::initializer_list<KeySymbol> modifiers)
     XSync(mDisplay, False);
 }
 
+void Screen::setRootProperty(const char* name, const QByteArray& bytes)
+{
+    XChangeProperty(mDisplay, mRoot, XInternAtom(mDisplay, name, False), XA_CARDINAL, 8,
+        PropModeReplace, reinterpret_cast<const unsigned char*>(bytes.constData()),
+        static_cast<int>(bytes.size()));
+    XSync(mDisplay, False);
+}
+
 void Screen::moveMouse(QPoint where)
 {
     XTestFakeMotionEvent(mDisplay, DefaultScreen(mDisplay), where.x(), where.y(), CurrentTime);

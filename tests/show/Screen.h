@@ -29,6 +29,9 @@ public:
     Pixel colourAt(QPoint where);
     QImage image();
     void key(KeySymbol symbol, std::initializer_list<KeySymbol> modifiers);
+    /// Makes `bytes` a property of the root window.
+    void setRootProperty(const char* name, const QByteArray& bytes);
+
     void moveMouse(QPoint where);
     pid_t focusedProcess();
     std::vector<QRect> windowsOf(pid_t process);

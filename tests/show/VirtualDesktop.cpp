@@ -174,6 +174,11 @@ void VirtualDesktop::key(KeySymbol symbol, std::initializer_list<KeySymbol> modi
     mScreen->key(symbol, modifiers);
 }
 
+void VirtualDesktop::publishProfile(const QByteArray& profile)
+{
+    mScreen->setRootProperty("_ICC_PROFILE", profile);
+}
+
 void VirtualDesktop::moveMouse(QPoint where) { mScreen->moveMouse(where); }
 
 pid_t VirtualDesktop::focusedProcess() { return mScreen->focusedProcess(); }

@@ -81,6 +81,9 @@ public:
 
     void moveMouse(QPoint where);
 
+    /// Publishes the ICC profile of the one monitor, as a desktop does.
+    void publishProfile(const QByteArray& profile);
+
     /// The process whose window has the keyboard; 0 if none has.
     pid_t focusedProcess();
 

@@ -29,6 +29,17 @@ using namespace quorvane;
 /// Files opened so far, this one included.
 int gServed = 0;
 
+/// What pixels are to be converted to, and how often that was said; empty before.
+QByteArray gTarget;
+
+void setTarget(const FileDescriptor& file)
+{
+    static int count = 0;
+    const QByteArray profile
+        = file.get() < 0 ? QByteArray() : readAll(file, 100).value_or(QByteArray());
+    gTarget = profile + ' ' + QByteArray::number(++count);
+}
+
 void send(const FromDecoder& message)
 {
     sendMessage(kDecoderSocket, std::as_bytes(std::span(&message, 1)));
@@ -146,6 +157,9 @@ void render(const ToDecoder& request, const FileDescriptor& file, const QByteArr
     }
     auto* const pixels = static_cast<std::uint32_t*>(buffers.at(request.buffer));
     std::fill_n(pixels, request.width * request.height, static_cast<std::uint32_t>(getpid()));
+    if (words.contains("target"))
+        std::snprintf(
+            reinterpret_cast<char*>(pixels), request.bufferSize, "%s", gTarget.constData());
     FromDecoder answer { FromDecoder::Kind::Rendered };
     answer.isOpaque = 1;
     send(answer);
@@ -167,5 +181,7 @@ int main()
             words = open(file);
         else if (request.kind == ToDecoder::Kind::Render)
             render(request, file, words);
+        else if (request.kind == ToDecoder::Kind::Target)
+            setTarget(file);
     }
 }
