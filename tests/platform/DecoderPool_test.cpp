@@ -345,6 +345,24 @@ TEST_F(DecoderPoolTest, EndsItsDecodersWithIt)
     EXPECT_EQ(childProcesses(), before);
 }
 
+TEST_F(DecoderPoolTest, SaysOnceWhatDoesNotProtectTheDecoders)
+{
+    static QStringList said;
+    said.clear();
+    const auto before = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString& text) { said.append(text); });
+    const QByteArray program = folder.makeLink("unprotected", QUORVANE_FAKE_DECODER);
+    pool = std::make_unique<DecoderPool>(DecoderPool::Options { program, 2, 10s });
+
+    EXPECT_TRUE(decoded("1x1"));
+    EXPECT_FALSE(decoded("crash")); // Others start, and have the same to say.
+    EXPECT_TRUE(decoded("1x1"));
+    pool = nullptr;
+
+    qInstallMessageHandler(before);
+    EXPECT_EQ(said.filter(QStringLiteral("Landlock, seccomp")).size(), 1);
+}
+
 TEST_F(DecoderPoolTest, SaysThatThereIsNoDecoder)
 {
     pool = std::make_unique<DecoderPool>(DecoderPool::Options { folder.path("absent"), 2, 10s });

@@ -112,7 +112,7 @@ void Viewer::start(std::vector<QByteArray> arguments)
 {
     mProcess.reset();
     StartPlan plan;
-    plan.command = { QByteArrayLiteral(SHOW_TEST_PROGRAM) };
+    plan.command = { mProgram };
     plan.command.insert(plan.command.end(), arguments.begin(), arguments.end());
     plan.environment = environment();
     plan.outputFile = QFile::encodeName(mHome.filePath(QStringLiteral("stdout")));

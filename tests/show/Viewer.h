@@ -23,6 +23,9 @@ public:
     /// Sets (or, empty, removes) a variable of the next start.
     void setVariable(const QByteArray& name, const std::optional<QByteArray>& value);
 
+    /// Another copy of the program is started from now on.
+    void setProgram(const QByteArray& path) { mProgram = path; }
+
     /// Starts the program; one that still runs is ended first.
     void start(std::vector<QByteArray> arguments);
 
@@ -49,6 +52,7 @@ private:
     QString folder(const char* name) const;
     std::vector<QByteArray> environment() const;
 
+    QByteArray mProgram = QByteArrayLiteral(SHOW_TEST_PROGRAM);
     QTemporaryDir mHome;
     std::vector<std::pair<QByteArray, std::optional<QByteArray>>> mVariables;
     std::unique_ptr<ChildProcess> mProcess;
