@@ -483,7 +483,7 @@ void DecoderPool::replaceWorkers()
     worker->kind = std::exchange(mHasStarted, true) ? DecoderProcess::Kind::Everything
                                                     : DecoderProcess::Kind::Photographs;
     worker->process = DecoderProcess::start(mOptions.program, worker->kind);
-    worker->deadline = steady_clock::now() + mOptions.answerLimit;
+    worker->deadline = steady_clock::now() + mOptions.startLimit;
     if (worker->process) {
         mWorkers.push_back(std::move(worker));
     } else {

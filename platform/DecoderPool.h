@@ -30,6 +30,7 @@ public:
         QByteArray program; ///< The decoder's path.
         int workers = 2; ///< Decoders that may work at the same time.
         std::chrono::milliseconds answerLimit { 10'000 }; ///< For each answer of a decoder.
+        std::chrono::milliseconds startLimit { 10'000 }; ///< Until it is ready.
     };
 
     explicit DecoderPool(Options options);
