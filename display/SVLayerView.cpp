@@ -191,7 +191,7 @@ void SVLayerView::paintEvent(QPaintEvent* event)
     painter.fillRect(event->rect(), Qt::black);
     const double pixelRatio = devicePixelRatioF();
     painter.scale(1 / pixelRatio, 1 / pixelRatio);
-    paint(painter, drawList(mRoot), size(), pixelRatio);
+    paint(painter, drawList(mRoot, 0), size(), pixelRatio);
 }
 
 void SVLayerView::resizeEvent(QResizeEvent* event)

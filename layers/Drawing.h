@@ -2,10 +2,14 @@
 // What a tree of layers looks like at one moment, and how that is painted.
 #pragma once
 
+#include "layers/Animation.h"
+
 #include <QImage>
+#include <QPointF>
 #include <QRectF>
 #include <QSizeF>
 
+#include <optional>
 #include <vector>
 
 class QPainter;
@@ -14,15 +18,35 @@ namespace quorvane {
 
 class Layer;
 
-/// One picture to be painted.
-struct Draw {
-    QRectF rect; ///< In the root's coordinates: from the lower left, y up, points.
-    double opacity = 1; ///< More than 0, at most 1.
-    QImage contents;
+/// How a picture joins what is there already.
+enum class Composition {
+    Over, ///< In front of it.
+    Add, ///< Its light is added. Two pictures whose shares make up one dissolve without a dip.
 };
 
-/// What the layers on top of `root` show, hindmost first. Layers that show nothing are left out.
-std::vector<Draw> drawList(const Layer& root);
+/// The part that one of a transition's two pictures has in it.
+struct Effect {
+    TransitionKind kind; ///< Any but Fade, which is nothing but opacity.
+    double progress = 0; ///< 0 to 1.
+    bool isArriving = false; ///< The new picture, else the old one.
+
+    bool operator==(const Effect&) const = default;
+};
+
+/// One picture to be painted.
+struct Draw {
+    QRectF rect; ///< In the root's coordinates: from the lower left, y up, points. Before it turns.
+    double opacity = 1; ///< More than 0, at most 1.
+    QImage contents;
+    double rotation = 0; ///< Radians about `pivot`, counter-clockwise.
+    QPointF pivot {}; ///< In the root's coordinates. Means nothing without rotation.
+    Composition composition = Composition::Over;
+    std::optional<Effect> effect = {};
+};
+
+/// What the layers on top of `root` show at `now`, hindmost first. Layers that show nothing are
+/// left out. \param now  seconds, of the clock of the animations.
+std::vector<Draw> drawList(const Layer& root, double now);
 
 /// The pixels of the painter's device that `rect` covers: its edges rounded to whole device pixels,
 /// so that a picture at rest is as sharp as it can be, and at least one pixel each way.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "layers/Drawing.h"
 #include "layers/Layer.h"
+#include "layers/LayerAnimator.h"
 #include "support/GeometryMatchers.h"
 
 #include <QPainter>
@@ -93,7 +94,7 @@ struct DrawListTest : testing::Test {
     std::string order() const
     {
         std::string result;
-        for (const Draw& draw : drawList(root))
+        for (const Draw& draw : drawList(root, 0))
             result += letters(draw.contents).front();
         return result;
     }
@@ -103,7 +104,7 @@ TEST_F(DrawListTest, TellsWhereWhatAndHowDense)
 {
     a.setOpacity(0.5);
 
-    const std::vector<Draw> draws = drawList(root);
+    const std::vector<Draw> draws = drawList(root, 0);
 
     ASSERT_EQ(draws.size(), 3U);
     EXPECT_TRUE(isExactly(draws[0].rect, { 1, 2, 30, 40 }));
@@ -139,6 +140,86 @@ TEST_F(DrawListTest, FollowsTheOrderOfTheLayersAtOneZPosition)
     EXPECT_EQ(order(), "gbr");
 }
 
+TEST_F(DrawListTest, PutsTheForemostInFrontOfAnyZPosition)
+{
+    a.setForemost(true);
+    b.setZPosition(10000);
+
+    EXPECT_EQ(order(), "bgr");
+}
+
+TEST_F(DrawListTest, TellsHowALayerIsTurned)
+{
+    a.setAnchorPoint({ 0, 0 });
+    a.setPosition({ 5, 6 });
+    a.setRotationZ(1.5);
+
+    const Draw draw = drawList(root, 0).front();
+
+    EXPECT_TRUE(isExactly(draw.rect, { 5, 6, 30, 40 }));
+    EXPECT_EQ(draw.rotation, 1.5);
+    EXPECT_EQ(draw.pivot, QPointF(5, 6));
+}
+
+TEST_F(DrawListTest, ShowsWhatAnAnimationMakesOfALayer)
+{
+    LayerAnimator animator(root);
+    a.addAnimation({ ValueChange { KeyPath::BoundsWidth, 30, 10 }, 2 }, "narrow");
+    animator.beginFrame(0);
+
+    EXPECT_TRUE(isExactly(drawList(root, 1).front().rect, { 6, 2, 20, 40 }));
+    EXPECT_TRUE(isExactly(a.frame(), { 1, 2, 30, 40 }));
+}
+
+TEST_F(DrawListTest, DissolvesOneLayerIntoAnotherWithoutADip)
+{
+    LayerAnimator animator(root);
+    c.setContents({});
+    b.setOpacity(0);
+    animator.beginFrame(0);
+    animator.endFrame(0);
+    for (Layer* const layer : { &a, &b })
+        layer->addAnimation({ TransitionKind::Fade, 1 }, "transition");
+    a.setOpacity(0);
+    b.setOpacity(1);
+    animator.beginFrame(0);
+
+    for (const double progress : { 0.1, 0.5, 0.9 }) {
+        const auto draws = drawList(root, progress);
+        ASSERT_EQ(draws.size(), 2U) << progress;
+        EXPECT_EQ(draws[0].contents, a.contents());
+        EXPECT_DOUBLE_EQ(draws[0].opacity, 1 - progress);
+        EXPECT_DOUBLE_EQ(draws[1].opacity, progress);
+        EXPECT_EQ(draws[0].composition, Composition::Add);
+        EXPECT_EQ(draws[1].composition, Composition::Add);
+    }
+    EXPECT_EQ(drawList(root, 0).size(), 1U) << "nothing of the new one yet";
+    EXPECT_EQ(drawList(root, 1).size(), 1U) << "nothing of the old one any more";
+}
+
+TEST_F(DrawListTest, GivesEachPictureItsPartInATransition)
+{
+    for (const auto kind : { TransitionKind::BarsSwipe, TransitionKind::Swipe, TransitionKind::Mod,
+             TransitionKind::Push }) {
+        LayerAnimator animator(root);
+        a.setOpacity(1);
+        animator.beginFrame(0);
+        animator.endFrame(0);
+        a.addAnimation({ kind, 1 }, "transition");
+        a.setOpacity(0);
+        animator.beginFrame(0);
+
+        const Draw draw = drawList(root, 0.25).front();
+
+        EXPECT_EQ(draw.contents, a.contents());
+        EXPECT_EQ(draw.effect, (Effect { kind, 0.25, false }));
+        EXPECT_EQ(
+            draw.composition, kind == TransitionKind::Mod ? Composition::Add : Composition::Over);
+        EXPECT_EQ(order(), "rgb") << "where there was nothing, nothing arrives";
+        a.removeAllAnimations();
+    }
+}
+
 TEST_F(DrawListTest, LeavesOutWhatShowsNothing)
 {
     a.setOpacity(0);
@@ -156,7 +237,7 @@ TEST_F(DrawListTest, LimitsTheOpacity)
     a.setOpacity(7);
     b.setOpacity(-1);
 
-    const std::vector<Draw> draws = drawList(root);
+    const std::vector<Draw> draws = drawList(root, 0);
 
     EXPECT_EQ(order(), "rb");
     EXPECT_EQ(draws.front().opacity, 1);
@@ -168,14 +249,14 @@ TEST_F(DrawListTest, DoesNotShowTheRootItself)
     alone.setFrame({ 0, 0, 10, 10 });
     alone.setContents(solid(kRed));
 
-    EXPECT_TRUE(drawList(alone).empty());
+    EXPECT_TRUE(drawList(alone, 0).empty());
 }
 
 TEST_F(DrawListTest, ChangesNothing)
 {
     a.setZPosition(1);
 
-    drawList(root);
+    drawList(root, 0);
 
     EXPECT_EQ(root.sublayers(), (std::vector<Layer*> { &a, &b, &c }));
 }
@@ -459,6 +540,55 @@ TEST(DeviceRect, BoundsAStripThatReachesBeyondAllNumbers)
     EXPECT_EQ(strip.height(), 1080);
     EXPECT_GT(strip.width(), 1 << 29);
     EXPECT_LT(strip.left(), 0);
+}
+
+TEST(Paint, AddsLightWhereItIsTold)
+{
+    const QRectF all(0, 0, 4, 4);
+    std::vector<Draw> draws { { all, 0.25, solid(0xffffffff) }, { all, 0.75, solid(0xffffffff) } };
+    EXPECT_LT(qRed(painted(draws, { 4, 4 }).pixel(1, 1)), 210) << "one in front of the other";
+
+    draws[0].composition = draws[1].composition = Composition::Add;
+
+    EXPECT_GE(qRed(painted(draws, { 4, 4 }).pixel(1, 1)), 254);
+}
+
+TEST(Paint, LeavesThePainterAsItWas)
+{
+    QImage canvas(4, 4, QImage::Format_ARGB32_Premultiplied);
+    QPainter painter(&canvas);
+    Draw draw { { 0, 0, 4, 4 }, 0.5, solid(kRed) };
+    draw.composition = Composition::Add;
+
+    paint(painter, { draw }, { 4, 4 }, 1);
+
+    EXPECT_EQ(painter.opacity(), 1);
+    EXPECT_EQ(painter.compositionMode(), QPainter::CompositionMode_SourceOver);
+}
+
+TEST(Paint, TurnsCounterClockwiseAboutThePivot)
+{
+    // From the pivot to the right; a quarter turn takes it upwards.
+    Draw draw { { 50, 50, 40, 10 }, 1, solid(kGreen, { 40, 10 }) };
+    draw.pivot = { 50, 50 };
+    draw.rotation = 1.5707963;
+
+    const QImage image = painted({ draw }, { 100, 100 });
+
+    EXPECT_EQ(image.pixel(45, 99 - 70), kGreen) << "left of the pivot now, and above it";
+    EXPECT_EQ(image.pixel(45, 99 - 45), kBlack);
+    EXPECT_EQ(image.pixel(70, 99 - 55), kBlack) << "where it was";
+}
+
+TEST(Paint, TurnsOnADenseScreenToo)
+{
+    Draw draw { { 50, 50, 40, 10 }, 1, solid(kGreen, { 40, 10 }) };
+    draw.pivot = { 50, 50 };
+    draw.rotation = 1.5707963;
+
+    const QImage image = painted({ draw }, { 100, 100 }, 2);
+
+    EXPECT_EQ(image.pixel(90, 199 - 140), kGreen);
 }
 
 } // namespace
