@@ -40,6 +40,19 @@ public:
     /// Shows nothing.
     virtual void clearImage() = 0;
 
+    /// Half as large again; there is no upper limit.
+    virtual void zoomIn() = 0;
+
+    /// A point for each of the picture's pixels.
+    virtual void zoomOne() = 0;
+
+    /// As large as the setting "ImageFitMode" says.
+    virtual void zoomOff() = 0;
+
+    /// Moves a picture that is larger than the view, as far as it goes. \param dx, dy  points, to
+    /// the right and downwards.
+    virtual void panX(double dx, double dy) = 0;
+
     /// Places the picture anew, after the setting "ImageFitMode" changed.
     virtual void updateFitMode() = 0;
 

@@ -26,6 +26,12 @@ constexpr std::chrono::seconds kLoadLimit { 25 };
 /// its shorter side, it is enlarged as it is painted.
 constexpr double kPixelLimit = 64e6;
 
+QSize bounded(QSizeF size)
+{
+    const double excess = std::sqrt(size.width() * size.height() / kPixelLimit);
+    return (excess > 1 ? size / excess : size).toSize().expandedTo({ 1, 1 });
+}
+
 /// What decides where a picture stands: everything but the picture.
 struct Placement {
     QString fitMode; ///< Null when the setting is absent.
@@ -47,9 +53,7 @@ struct Placement {
 
     QSize deviceSizeFor(QSizeF picture) const
     {
-        const QSizeF size = deviceRect(rectFor(picture), bounds.height(), pixelRatio).size();
-        const double excess = std::sqrt(size.width() * size.height() / kPixelLimit);
-        return (excess > 1 ? size / excess : size).toSize().expandedTo({ 1, 1 });
+        return bounded(deviceRect(rectFor(picture), bounds.height(), pixelRatio).size());
     }
 };
 
@@ -87,10 +91,12 @@ void SVLayerView::clearImage()
     mImage = nullptr;
     mImageBefore = nullptr;
     for (Layer* const layer : { mCurrent, mPrevious }) {
+        layer->removeAllAnimations(); // They would go on showing what is gone.
         layer->setOpacity(0);
         layer->setContents({});
         layer->setNeedsDisplay();
     }
+    mTransitionInProgress = false;
     update();
 }
 
@@ -104,6 +110,8 @@ void SVLayerView::updateFitMode()
 
 void SVLayerView::setImageWithURL(const FileURL& url, bool forward)
 {
+    if (mTransitionInProgress)
+        return;
     if (mLoad && !(mLoad->url == url))
         SVImageCache::instance().abandonRequest(mLoad->url);
     const quint64 number = ++mLoadCount;
@@ -123,6 +131,8 @@ void SVLayerView::loadFinished(quint64 number, const std::shared_ptr<SVImage>& i
     const FileURL url = mLoad->url;
     const bool forward = mLoad->forward;
     mLoad.reset();
+    if (image && mZoom)
+        zoomOff();
     if (image)
         setImage(image, forward);
     else
@@ -131,7 +141,7 @@ void SVLayerView::loadFinished(quint64 number, const std::shared_ptr<SVImage>& i
         mDelegate->imageWithURLFinished(url);
 }
 
-void SVLayerView::setImage(const std::shared_ptr<SVImage>& image, bool /*forward*/)
+void SVLayerView::setImage(const std::shared_ptr<SVImage>& image, bool forward)
 {
     mImageOK = true;
     if (mImage) {
@@ -142,8 +152,10 @@ void SVLayerView::setImage(const std::shared_ptr<SVImage>& image, bool /*forward
     mPreparingSize = {};
     resetLayer(*mCurrent);
     mCurrent->setNeedsDisplay();
-    mPrevious->setOpacity(0);
-    mCurrent->setOpacity(1);
+    if (mImageBefore && !mTransitionInProgress)
+        transitionFrom(*mPrevious, *mCurrent, forward);
+    else
+        cutFrom(*mPrevious, *mCurrent);
     prepareCurrentImage();
     update();
 }
@@ -191,7 +203,8 @@ void SVLayerView::paintEvent(QPaintEvent* event)
     painter.fillRect(event->rect(), Qt::black);
     const double pixelRatio = devicePixelRatioF();
     painter.scale(1 / pixelRatio, 1 / pixelRatio);
-    paint(painter, drawList(mRoot, 0), size(), pixelRatio);
+    paint(painter, drawList(mRoot, mFrameTime), size(), pixelRatio);
+    mAnimator.commit(mFrameTime);
 }
 
 void SVLayerView::resizeEvent(QResizeEvent* event)
@@ -217,6 +230,7 @@ void SVLayerView::swapImageLayers()
 
 void SVLayerView::resetLayer(Layer& layer)
 {
+    layer.resetTransform();
     const auto& image = &layer == mCurrent ? mImage : mImageBefore;
     if (image)
         layer.setFrame(rectForLayer(layer));
@@ -228,21 +242,35 @@ void SVLayerView::prepareCurrentImage()
 {
     if (!mImage || mImage->mURL().isEmpty())
         return;
-    const QSize size = targetSize()(mImage->pictureSize());
+    const QSize size = sizeToPrepare();
     if (mImage->getCGImage().size() == size || mPreparingSize == size)
         return;
     mPreparingSize = size;
-    SVImageCache::instance().requestImageWithURL(mImage->mURL(), targetSize(),
+    SVImageCache::instance().requestImageWithURL(
+        mImage->mURL(), [size](QSize) { return size; },
         mLifeGuard.wrap([this, shown = mImage](const std::shared_ptr<SVImage>& image) {
             if (mImage != shown)
                 return;
             if (image)
                 mImage = image;
-            resetLayer(*mCurrent); // The file may hold another picture by now.
+            if (!mZoom && !mTransitionInProgress)
+                resetLayer(*mCurrent); // The file may hold another picture by now.
             mCurrent->setNeedsDisplay();
             update();
             prepareCurrentImage(); // The size may have changed again meanwhile.
         }));
+}
+
+/// The pixels that the current picture needs now. Zoomed, it shows those that it has.
+QSize SVLayerView::sizeToPrepare() const
+{
+    const QSize picture = mImage->pictureSize();
+    if (!mZoom)
+        return targetSize()(picture);
+    const QSizeF zoomed = mCurrent->boundsSize() * devicePixelRatioF();
+    const bool hasEnough = zoomed.width() <= picture.width() && zoomed.height() <= picture.height();
+    const QSizeF size = hasEnough ? zoomed : QSizeF(picture);
+    return bounded(size);
 }
 
 std::function<QSize(QSize)> SVLayerView::targetSize() const

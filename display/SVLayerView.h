@@ -4,6 +4,7 @@
 
 #include "display/SVImageDisplay.h"
 #include "layers/Layer.h"
+#include "layers/LayerAnimator.h"
 #include "platform/Clock.h"
 #include "platform/LifeGuard.h"
 
@@ -20,8 +21,12 @@ class UserDefaults;
 /// goes into a fresh current layer, while the old one becomes the previous layer.
 ///
 /// A picture comes on screen when it is decoded and scaled to the device pixels that it covers;
-/// until then what was there stays. Thread: main.
-class SVLayerView : public QWidget, public SVImageDisplay, private LayerDelegate {
+/// until then what was there stays. How it comes is the setting "transition". Nothing is drawn
+/// while nothing moves. Thread: main.
+class SVLayerView : public QWidget,
+                    public SVImageDisplay,
+                    private LayerDelegate,
+                    private AnimationDelegate {
     Q_OBJECT
 
 public:
@@ -32,11 +37,15 @@ public:
     void setDelegate(SVImageDisplayDelegate* delegate) override { mDelegate = delegate; }
     bool ImageOK() const override { return mImageOK; }
     void clearImage() override;
+    void zoomIn() override;
+    void zoomOne() override;
+    void zoomOff() override;
+    void panX(double dx, double dy) override;
     void updateFitMode() override;
     void setImageWithURL(const FileURL& url, bool forward) override;
     void setImage(const std::shared_ptr<SVImage>& image, bool forward) override;
     void refresh() override;
-    bool isBusy() const override { return false; } // A cut takes no time.
+    bool isBusy() const override { return mTransitionInProgress; }
     bool isLoading() const override { return mLoad.has_value(); }
     void readAhead(const FileURL& url) override;
     QWidget* widget() override { return this; }
@@ -48,6 +57,35 @@ public:
     /// The place of the picture of either picture layer; any other layer is a mistake of the
     /// caller.
     QRectF rectForLayer(const Layer& layer) const;
+
+    /// Moves the current picture slowly to the right, for half a minute; other pictures may come
+    /// meanwhile.
+    void driftEffect();
+
+    // The ways from the layer `f`, which is on screen, to the layer `t`. Each begins with the next
+    // frame; when it is over, the previous layer is hidden.
+
+    /// The one that the setting says. An unknown one changes nothing. \param forward  towards later
+    /// slides.
+    void transitionFrom(Layer& f, Layer& t, bool forward);
+
+    void transitionCrossFadeFrom(Layer& f, Layer& t);
+    void transitionFastCrossFrom(Layer& f, Layer& t);
+    void transitionHorizontalFlipFrom(Layer& f, Layer& t);
+    void transitionHorizontalFlipBackFrom(Layer& f, Layer& t);
+    void transitionPush_BuildInFrom(Layer& f, Layer& t); ///< Of no setting.
+    void transitionRotateFrom(Layer& f, Layer& t);
+    void transitionRotateLeftFrom(Layer& f, Layer& t);
+    void transitionRotateRightFrom(Layer& f, Layer& t);
+    void transitionShrinkFrom(Layer& f, Layer& t);
+    void transitionExpandFrom(Layer& f, Layer& t);
+    void transitionSlideFrom(Layer& f, Layer& t);
+    void transitionSlideBackFrom(Layer& f, Layer& t);
+    void transitionBarSwipeFrom(Layer& f, Layer& t);
+    void transitionModFrom(Layer& f, Layer& t);
+    void transitionSwipeFrom(Layer& f, Layer& t);
+    void transitionAllFrom(Layer& f, Layer& t); ///< One after the other, over all views.
+    void transitionTestFrom(Layer& f, Layer& t); ///< Where a new one is tried out.
 
     const Layer& mBackgroundLayer() const { return mRoot; }
     const Layer& mCurrentLayer() const { return *mCurrent; }
@@ -69,17 +107,42 @@ private:
     };
 
     void displayLayer(Layer& layer) override;
+    void animationDidStart(const Animation& animation) override;
+    void animationDidStop(const Animation& animation, bool finished) override;
+
+    void put(Layer& layer, const Layer& above);
+    void setZPositions(Layer& a, double zOfA, Layer& b, double zOfB);
+    void animate(Layer& layer, const ValueChange& change, double duration, const QByteArray& key,
+        TimingFunction timing = {});
+    void addTransition(Layer& layer, TransitionKind kind, double duration);
+    void crossFade(Layer& f, Layer& t, double duration);
+    void hingeAtLowerLeft(Layer& layer);
+    void rotateLeft(Layer& f, Layer& t, float angle);
+    void swipe(Layer& f, Layer& t, TransitionKind kind, double duration);
+    void cutFrom(Layer& f, Layer& t);
+
+    void zoomToHeight(double height, double width);
+    void moveToPosition(QPointF position);
+    void prepareZoom();
+
+    void startFrames();
+    void drawFirstFrame();
+    void drawFrame();
+    double seconds() const;
+
     void swapImageLayers();
     void resetLayer(Layer& layer);
     void loadFinished(quint64 number, const std::shared_ptr<SVImage>& image);
     void prepareCurrentImage();
     std::function<QSize(QSize)> targetSize() const;
+    QSize sizeToPrepare() const;
 
     const UserDefaults& mDefaults;
     Clock& mClock;
     SVImageDisplayDelegate* mDelegate = nullptr;
 
     Layer mRoot;
+    LayerAnimator mAnimator { mRoot };
     Layer mLayers[2]; ///< The current and the previous one, in turns.
     Layer* mCurrent = &mLayers[0];
     Layer* mPrevious = &mLayers[1];
@@ -87,6 +150,11 @@ private:
     std::shared_ptr<SVImage> mImageBefore; ///< Shown in mPrevious.
 
     bool mImageOK = false;
+    bool mZoom = false; ///< The current picture is zoomed.
+    bool mTransitionInProgress = false; ///< Something moves, but for the drift.
+    std::optional<std::uint64_t> mDriftAnimation; ///< Its identity while it runs.
+    std::unique_ptr<Timer> mFrames; ///< While something moves.
+    double mFrameTime = 0; ///< Of the moment that is drawn; seconds.
     QSize mPreparingSize; ///< Asked for, for the picture on screen; empty for none.
     std::optional<Load> mLoad;
     quint64 mLoadCount = 0;

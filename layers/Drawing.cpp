@@ -14,6 +14,15 @@ namespace quorvane {
 
 namespace {
 
+/// Where a list is painted.
+struct DrawPlace {
+    QRect device; ///< What can be seen, in device pixels.
+    double viewHeight; ///< Points.
+    double pixelRatio;
+
+    QRect targetOf(const Draw& draw) const { return deviceRect(draw.rect, viewHeight, pixelRatio); }
+};
+
 bool isVisible(const Draw& draw)
 {
     return draw.opacity > 0 && !draw.contents.isNull() && !draw.rect.isEmpty();
@@ -55,10 +64,11 @@ void addTransition(
     draws.push_back(std::move(after));
 }
 
-void paintUpright(QPainter& painter, const Draw& draw, const QRect& target, const QRect& device)
+/// The part `part` of a picture that covers `target`. Cut by hand: a picture that covers the screen
+/// many times over is beyond a painter's numbers.
+void paintUpright(QPainter& painter, const Draw& draw, const QRect& target, const QRect& part)
 {
-    // Cut by hand: a picture that covers the screen many times over is beyond a painter's numbers.
-    const QRect visible = target.intersected(device);
+    const QRect visible = target.intersected(part);
     if (visible.isEmpty())
         return;
     const double across = static_cast<double>(draw.contents.width()) / target.width();
@@ -81,6 +91,64 @@ void paintTurned(QPainter& painter, const Draw& draw, double viewHeight, double 
         QRectF(rect.x() - pivot.x(), pivot.y() - rect.bottom(), rect.width(), rect.height()),
         draw.contents);
     painter.restore();
+}
+
+void paintOne(QPainter& painter, const Draw& draw, const DrawPlace& place)
+{
+    const QRect target = place.targetOf(draw);
+    painter.setOpacity(draw.opacity);
+    if (draw.effect)
+        paintEffect(
+            painter, draw.contents, *draw.effect, { target, place.device, place.pixelRatio });
+    else if (draw.rotation != 0)
+        paintTurned(painter, draw, place.viewHeight, place.pixelRatio);
+    else
+        paintUpright(painter, draw, target, place.device);
+}
+
+/// Whether each of the two pictures has what the other lacks of the light.
+bool makeADissolve(const Draw& a, const Draw& b)
+{
+    const auto isPlain = [](const Draw& draw) {
+        return draw.composition == Composition::Add && !draw.effect && draw.rotation == 0
+            && !draw.contents.hasAlphaChannel();
+    };
+    return isPlain(a) && isPlain(b) && std::abs(a.opacity + b.opacity - 1) < 1e-9;
+}
+
+/// As adding them would, which is several times slower: where they overlap, the second one in front
+/// of the whole first one.
+void paintDissolve(QPainter& painter, const Draw& a, const Draw& b, const DrawPlace& place)
+{
+    const QRect targetA = place.targetOf(a);
+    const QRect targetB = place.targetOf(b);
+    const QRect overlap = targetA.intersected(targetB).intersected(place.device);
+    painter.setOpacity(a.opacity);
+    for (const QRect& part : QRegion(targetA.intersected(place.device)).subtracted(overlap))
+        paintUpright(painter, a, targetA, part);
+    painter.setOpacity(1);
+    paintUpright(painter, a, targetA, overlap);
+    painter.setOpacity(b.opacity);
+    paintUpright(painter, b, targetB, place.device);
+}
+
+/// With the opacity applied beforehand: the raster engine applies it after it has added, and cut
+/// off what is brighter than white.
+void paintAdded(QPainter& painter, Draw draw, const DrawPlace& place)
+{
+    const QRect visible = place.targetOf(draw).intersected(place.device);
+    if (visible.isEmpty())
+        return;
+    QImage share(visible.size(), QImage::Format_ARGB32_Premultiplied);
+    share.fill(Qt::transparent);
+    QPainter sharePainter(&share);
+    sharePainter.translate(-visible.topLeft());
+    draw.composition = Composition::Over;
+    paintOne(sharePainter, draw, place);
+    sharePainter.end();
+    painter.setOpacity(1);
+    painter.setCompositionMode(QPainter::CompositionMode_Plus);
+    painter.drawImage(visible.topLeft(), share);
 }
 
 } // namespace
@@ -122,19 +190,19 @@ QRect deviceRect(const QRectF& rect, double viewHeight, double pixelRatio)
 
 void paint(QPainter& painter, const std::vector<Draw>& draws, const QSizeF& view, double pixelRatio)
 {
-    const QRect device = deviceRect(QRectF(QPointF(), view), view.height(), pixelRatio);
-    for (const Draw& draw : draws) {
-        const QRect target = deviceRect(draw.rect, view.height(), pixelRatio);
-        painter.setOpacity(draw.opacity);
-        painter.setCompositionMode(draw.composition == Composition::Add
-                ? QPainter::CompositionMode_Plus
-                : QPainter::CompositionMode_SourceOver);
-        if (draw.effect)
-            paintEffect(painter, draw.contents, *draw.effect, { target, device, pixelRatio });
-        else if (draw.rotation != 0)
-            paintTurned(painter, draw, view.height(), pixelRatio);
-        else
-            paintUpright(painter, draw, target, device);
+    const DrawPlace place { deviceRect(QRectF(QPointF(), view), view.height(), pixelRatio),
+        view.height(), pixelRatio };
+    for (auto draw = draws.begin(); draw != draws.end(); ++draw) {
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+        const auto next = draw + 1;
+        if (next != draws.end() && makeADissolve(*draw, *next)) {
+            paintDissolve(painter, *draw, *next, place);
+            draw = next;
+        } else if (draw->composition == Composition::Add) {
+            paintAdded(painter, *draw, place);
+        } else {
+            paintOne(painter, *draw, place);
+        }
     }
     painter.setOpacity(1);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);

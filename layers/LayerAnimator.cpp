@@ -80,11 +80,15 @@ void LayerAnimator::beginFrame(double now)
     });
 }
 
+void LayerAnimator::commit(double now)
+{
+    forEachLayer([&](Layer& layer) { layer.mCommitted = layer.presentation(now); });
+}
+
 void LayerAnimator::endFrame(double now)
 {
     std::vector<News> ended;
     forEachLayer([&](Layer& layer) {
-        layer.mCommitted = layer.presentation(now);
         const auto isOver = [&](const Layer::Running& running) {
             return running.begin && now - *running.begin >= running.animation.duration;
         };

@@ -9,8 +9,9 @@ namespace quorvane {
 class Layer;
 
 /// Begins and ends the animations of a tree, and tells their delegates: between two frames, never
-/// while somebody adds or removes one. Whoever draws calls beginFrame(), draws the tree's moment,
-/// and calls endFrame(). Time: seconds of a clock that never goes back. Thread: main.
+/// while somebody adds or removes one. For each frame that moves, whoever draws calls beginFrame(),
+/// draws the tree's moment, and calls endFrame(). Time: seconds of a clock that never goes back.
+/// Thread: main.
 class LayerAnimator {
 public:
     /// \param root  outlives this; its sublayers are animated, and theirs.
@@ -23,7 +24,10 @@ public:
     /// begin, all at `now`, in the order of their addition.
     void beginFrame(double now);
 
-    /// The moment has been drawn: remembers what it looked like, and ends what is over at `now`.
+    /// The tree's moment has been drawn: a transition that is added later begins with its look.
+    void commit(double now);
+
+    /// Ends what is over at `now`.
     void endFrame(double now);
 
 private:

@@ -74,6 +74,7 @@ struct SVLayerViewTest : testing::Test {
     SVLayerViewTest()
     {
         SVImageCache::purge();
+        defaults.setValue(kTransition, QStringLiteral("None"));
         view.resize(200, 100);
         view.setDelegate(&delegate);
     }

@@ -177,7 +177,7 @@ TEST_F(DrawListTest, DissolvesOneLayerIntoAnotherWithoutADip)
     c.setContents({});
     b.setOpacity(0);
     animator.beginFrame(0);
-    animator.endFrame(0);
+    animator.commit(0);
     for (Layer* const layer : { &a, &b })
         layer->addAnimation({ TransitionKind::Fade, 1 }, "transition");
     a.setOpacity(0);
@@ -204,7 +204,7 @@ TEST_F(DrawListTest, GivesEachPictureItsPartInATransition)
         LayerAnimator animator(root);
         a.setOpacity(1);
         animator.beginFrame(0);
-        animator.endFrame(0);
+        animator.commit(0);
         a.addAnimation({ kind, 1 }, "transition");
         a.setOpacity(0);
         animator.beginFrame(0);
@@ -551,6 +551,34 @@ TEST(Paint, AddsLightWhereItIsTold)
     draws[0].composition = draws[1].composition = Composition::Add;
 
     EXPECT_GE(qRed(painted(draws, { 4, 4 }).pixel(1, 1)), 254);
+}
+
+TEST(Paint, DissolvesPicturesOfDifferentPlaces)
+{
+    // The first one to the left, the second one to the right, both in the middle.
+    std::vector<Draw> draws { { { 0, 0, 6, 4 }, 0.25, noise({ 6, 4 }) },
+        { { 2, 0, 6, 4 }, 0.75, noise({ 6, 4 }).mirrored(true, true) } };
+    draws[0].composition = draws[1].composition = Composition::Add;
+
+    const QImage image = painted(draws, { 8, 4 });
+
+    for (int x = 0; x < 8; ++x) {
+        const int first = x < 6 ? qGreen(draws[0].contents.pixel(x, 1)) : 0;
+        const int second = x >= 2 ? qGreen(draws[1].contents.pixel(x - 2, 1)) : 0;
+        EXPECT_NEAR(qGreen(image.pixel(x, 1)), first * 0.25 + second * 0.75, 2) << x;
+    }
+}
+
+TEST(Paint, DissolvesTransparentPicturesToo)
+{
+    const QRectF all(0, 0, 4, 4);
+    std::vector<Draw> draws { { all, 0.25, solid(0x80804020) }, { all, 0.75, solid(0x40102030) } };
+    draws[0].composition = draws[1].composition = Composition::Add;
+
+    const QRgb pixel = painted(draws, { 4, 4 }).pixel(1, 1);
+
+    EXPECT_NEAR(qRed(pixel), 0x80 * 0.25 + 0x10 * 0.75, 2);
+    EXPECT_NEAR(qBlue(pixel), 0x20 * 0.25 + 0x30 * 0.75, 2);
 }
 
 TEST(Paint, LeavesThePainterAsItWas)

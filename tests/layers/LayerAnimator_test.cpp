@@ -47,6 +47,7 @@ struct LayerAnimatorTest : testing::Test, AnimationDelegate {
     void frame(double now)
     {
         animator.beginFrame(now);
+        animator.commit(now);
         animator.endFrame(now);
     }
 

@@ -40,6 +40,7 @@ struct FakeScreen {
     {
         asked.clear();
         readAhead.clear();
+        zooms.clear();
         fitUpdates = 0;
         clears = 0;
     }
@@ -55,6 +56,7 @@ struct FakeScreen {
     std::vector<std::string> asked; ///< "1.png>" forward, "1.png<" backward.
     std::vector<std::string> readAhead; ///< Names.
     std::string shown; ///< The name on the screen; empty for none.
+    std::vector<std::string> zooms; ///< "in", "one", "off".
     int fitUpdates = 0;
     int clears = 0;
     int made = 0;
@@ -97,6 +99,10 @@ public:
             mScreen.onClear();
     }
 
+    void zoomIn() override { mScreen.zooms.emplace_back("in"); }
+    void zoomOne() override { mScreen.zooms.emplace_back("one"); }
+    void zoomOff() override { mScreen.zooms.emplace_back("off"); }
+    void panX(double /*dx*/, double /*dy*/) override { }
     void updateFitMode() override { ++mScreen.fitUpdates; }
 
     void setImageWithURL(const FileURL& url, bool forward) override

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Looking at a picture more closely.
+#include "display/SVLayerView.h"
+#include "images/SVImage.h"
+
+#include <algorithm>
+
+namespace quorvane {
+
+namespace {
+
+constexpr double kZoomStep = 1.5;
+
+/// Seconds.
+constexpr double kZoomTime = 1.0;
+
+constexpr QPointF kCentre { 0.5, 0.5 };
+
+ValueChange change(KeyPath keyPath, double from, double to)
+{
+    return { keyPath, static_cast<float>(from), static_cast<float>(to) };
+}
+
+/// Where the centre of a side of `length` may be, so that it covers a view of `viewLength`.
+double covering(double centre, double length, double viewLength)
+{
+    return std::max(std::min(centre, length / 2), viewLength - length / 2);
+}
+
+} // namespace
+
+void SVLayerView::zoomToHeight(double height, double width)
+{
+    mCurrent->setZPosition(0);
+    const QSizeF before = mCurrent->boundsSize();
+    animate(*mCurrent, change(KeyPath::BoundsWidth, before.width(), width), kZoomTime, "zoomW",
+        TimingFunction::easeInEaseOut());
+    animate(*mCurrent, change(KeyPath::BoundsHeight, before.height(), height), kZoomTime, "zoomH",
+        TimingFunction::easeInEaseOut());
+    mCurrent->setBoundsSize({ width, height });
+    startFrames();
+}
+
+/// From its place in the view.
+void SVLayerView::prepareZoom()
+{
+    if (mZoom)
+        return;
+    resetLayer(*mCurrent);
+    mCurrent->setAnchorPoint(kCentre);
+    mCurrent->setFrame(rectForImage(mImage.get()));
+}
+
+void SVLayerView::zoomOne()
+{
+    if (!mImage)
+        return;
+    prepareZoom();
+    const QSizeF size = mImage->displayedSize();
+    zoomToHeight(size.height(), size.width());
+    mZoom = true;
+    prepareCurrentImage();
+}
+
+void SVLayerView::zoomIn()
+{
+    if (!mImage)
+        return;
+    prepareZoom();
+    const QSizeF size = mCurrent->boundsSize() * kZoomStep;
+    zoomToHeight(size.height(), size.width());
+    mZoom = true;
+    prepareCurrentImage();
+}
+
+void SVLayerView::zoomOff()
+{
+    mCurrent->setAnchorPoint(kCentre);
+    const QRectF place = rectForImage(mImage.get());
+    zoomToHeight(place.height(), place.width());
+    moveToPosition(place.center());
+    resetLayer(*mCurrent);
+    mZoom = false;
+    prepareCurrentImage();
+}
+
+void SVLayerView::moveToPosition(QPointF position)
+{
+    const QPointF before = mCurrent->position();
+    animate(*mCurrent, change(KeyPath::PositionX, before.x(), position.x()), kZoomTime, "moveX",
+        TimingFunction::easeInEaseOut());
+    animate(*mCurrent, change(KeyPath::PositionY, before.y(), position.y()), kZoomTime, "moveY",
+        TimingFunction::easeInEaseOut());
+    mCurrent->setPosition(position);
+    startFrames();
+}
+
+void SVLayerView::panX(double dx, double dy)
+{
+    const QSizeF size = mCurrent->boundsSize();
+    QPointF position = mCurrent->position();
+    if (size.width() > width())
+        position.setX(covering(position.x() + dx, size.width(), width()));
+    // Hands count downwards, layers upwards.
+    if (size.height() > height())
+        position.setY(covering(position.y() - dy, size.height(), height()));
+    mCurrent->setPosition(position);
+    update();
+}
+
+} // namespace quorvane
