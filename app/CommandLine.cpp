@@ -27,6 +27,7 @@ Keys:
   Left, Page Up         previous picture    0       stop
   Home                  first picture       Space   stop, and next picture
   Ctrl+2 3 4 5          fit, zoom to fit, fill, stretch
+  Ctrl++ 1 0            zoom in, a point for each pixel, zoom off
   Ctrl+O  open          F1  user guide      Escape  end the show    Ctrl+Q  quit
 )";
 

@@ -116,6 +116,9 @@ public Q_SLOTS:
     void ZoomToFit();
     void FillScreen();
     void Stretch();
+    void ZoomIn();
+    void ZoomOne();
+    void ZoomOff();
     void openMenu();
     void ShowHintScreen();
     void ShowWelcomeScreen();

@@ -39,6 +39,12 @@ constexpr std::array kCommands {
         { "Ctrl+4", nullptr } },
     Command { QT_TRANSLATE_NOOP("Commands", "Stretch"), &SlideController::Stretch,
         { "Ctrl+5", nullptr } },
+    Command { QT_TRANSLATE_NOOP("Commands", "Zoom In"), &SlideController::ZoomIn,
+        { "Ctrl++", "Ctrl+=" } },
+    Command { QT_TRANSLATE_NOOP("Commands", "Actual Size"), &SlideController::ZoomOne,
+        { "Ctrl+1", nullptr } },
+    Command { QT_TRANSLATE_NOOP("Commands", "Zoom Off"), &SlideController::ZoomOff,
+        { "Ctrl+0", nullptr } },
     Command {
         QT_TRANSLATE_NOOP("Commands", "Open…"), &SlideController::openMenu, { "Ctrl+O", nullptr } },
     Command { QT_TRANSLATE_NOOP("Commands", "User Guide"), &SlideController::showHelp,
@@ -81,6 +87,26 @@ void SlideController::ZoomToFit() { setFitMode(kFitModeZoom); }
 void SlideController::FillScreen() { setFitMode(kFitModeFill); }
 
 void SlideController::Stretch() { setFitMode(kFitModeStretch); }
+
+void SlideController::ZoomIn()
+{
+    delayNextImage();
+    if (mView)
+        mView->zoomIn();
+}
+
+void SlideController::ZoomOne()
+{
+    delayNextImage();
+    if (mView)
+        mView->zoomOne();
+}
+
+void SlideController::ZoomOff()
+{
+    if (mView)
+        mView->zoomOff();
+}
 
 void SlideController::setFitMode(QLatin1String mode)
 {

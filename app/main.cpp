@@ -95,8 +95,10 @@ int main(int argc, char** argv)
         = quorvane::parseCommandLine({ argv + std::min(argc, 1), argv + argc }, currentFolder());
     std::fputs(line.output.constData(), stdout);
     std::fputs(line.errors.constData(), stderr);
-    if (line.exitStatus)
-        return *line.exitStatus;
+    if (line.exitStatus) {
+        const bool isSaid = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+        return isSaid ? *line.exitStatus : EXIT_FAILURE;
+    }
     if (!namesDisplay())
         endWithoutDisplay();
     // While the windows' library starts, the decoder does.

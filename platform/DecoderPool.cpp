@@ -502,7 +502,8 @@ void DecoderPool::giveUpStarting()
     auto job = takeHopeless();
     if (!job)
         return;
-    qWarning("The decoder %s cannot be started.", mOptions.program.constData());
+    if (!std::exchange(mHasToldFailure, true))
+        qWarning("The decoder %s cannot be started.", mOptions.program.constData());
     for (; job; job = takeHopeless()) {
         job->done(fail(ErrorKind::Other, QStringLiteral("the decoder cannot be started")));
         mQueue.finish(job);

@@ -98,6 +98,7 @@ private:
     bool mHasServed = false; ///< A file.
     int mFailedStarts = 0; ///< In a row.
     bool mHasToldProtections = false;
+    bool mHasToldFailure = false; ///< That no decoder can be started.
 
     std::mutex mTargetMutex; // Guards the next two.
     std::unique_ptr<SharedMemory> mTarget; ///< The bytes of the profile; none for sRGB.

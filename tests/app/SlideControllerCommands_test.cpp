@@ -11,6 +11,8 @@ namespace quorvane {
 
 namespace {
 
+using namespace std::chrono_literals;
+
 using namespace tests;
 
 using KeyDown = ControllerTest;
@@ -217,6 +219,50 @@ INSTANTIATE_TEST_SUITE_P(Modes, Fit,
         FitCommand { "ZoomToFit", &SlideController::ZoomToFit, kFitModeZoom, Qt::Key_3 },
         FitCommand { "FillScreen", &SlideController::FillScreen, kFitModeFill, Qt::Key_4 },
         FitCommand { "Stretch", &SlideController::Stretch, kFitModeStretch, Qt::Key_5 }),
+    [](const auto& test) { return test.param.name; });
+
+struct ZoomCommand {
+    const char* name;
+    void (SlideController::*action)();
+    Qt::Key key;
+    const char* asked;
+    bool delays;
+};
+
+void PrintTo(const ZoomCommand& row, std::ostream* stream) { *stream << row.name; }
+
+struct Zoom : ControllerTest, testing::WithParamInterface<ZoomCommand> { };
+
+TEST_P(Zoom, IsAskedOfTheDisplay)
+{
+    play123(1);
+    clock.advance(900ms);
+    screen.forget();
+
+    (controller.get()->*GetParam().action)();
+
+    EXPECT_EQ(screen.zooms, std::vector<std::string> { GetParam().asked });
+    clock.advance(200ms);
+    EXPECT_EQ(screen.asked.empty(), GetParam().delays) << "the slide is to stay for a while";
+}
+
+TEST_P(Zoom, HasAKeyThatDoesNotStopTheShow)
+{
+    play123(10);
+    activate(*controller->mScreenWindow(), [] {});
+
+    pressKey(*controller->mScreenWindow(), GetParam().key, Qt::ControlModifier);
+
+    EXPECT_EQ(screen.zooms, std::vector<std::string> { GetParam().asked });
+    EXPECT_TRUE(controller->isPlaying());
+}
+
+TEST_P(Zoom, DoesNothingWithoutAShow) { (controller.get()->*GetParam().action)(); }
+
+INSTANTIATE_TEST_SUITE_P(Commands, Zoom,
+    testing::Values(ZoomCommand { "ZoomIn", &SlideController::ZoomIn, Qt::Key_Plus, "in", true },
+        ZoomCommand { "ZoomOne", &SlideController::ZoomOne, Qt::Key_1, "one", true },
+        ZoomCommand { "ZoomOff", &SlideController::ZoomOff, Qt::Key_0, "off", false }),
     [](const auto& test) { return test.param.name; });
 
 struct StepKey {

@@ -365,10 +365,18 @@ TEST_F(DecoderPoolTest, SaysOnceWhatDoesNotProtectTheDecoders)
 
 TEST_F(DecoderPoolTest, SaysThatThereIsNoDecoder)
 {
+    static QStringList said;
+    said.clear();
+    const auto before = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString& text) { said.append(text); });
     pool = std::make_unique<DecoderPool>(DecoderPool::Options { folder.path("absent"), 2, 10s });
 
     EXPECT_EQ(refusal(decoded("1x1")), ErrorKind::Other);
     EXPECT_EQ(refusal(decoded("1x1")), ErrorKind::Other);
+    pool = nullptr;
+
+    qInstallMessageHandler(before);
+    EXPECT_EQ(said.filter(QStringLiteral("cannot be started")).size(), 1) << "for every file";
 }
 
 TEST_F(DecoderPoolTest, SaysThatTheDecoderEndsAtOnce)

@@ -2,6 +2,8 @@
 // What the program answers to the words it is started with.
 #include "ShowTest.h"
 
+#include <QProcess>
+
 namespace quorvane::show {
 
 namespace {
@@ -60,6 +62,16 @@ TEST_F(CommandLine, FormatsNamesWhatCanBeShown)
     EXPECT_TRUE(formats.contains(" jpg jpeg ")) << formats.data();
     EXPECT_FALSE(formats.contains("pdf"));
     EXPECT_EQ(viewer.standardError(), QByteArray());
+}
+
+TEST_F(CommandLine, WhatCannotBeSaidIsAFailure)
+{
+    QProcess program;
+    program.setStandardOutputFile(QStringLiteral("/dev/full"));
+    program.start(QStringLiteral(SHOW_TEST_PROGRAM), { QStringLiteral("--formats") });
+
+    ASSERT_TRUE(program.waitForFinished());
+    EXPECT_EQ(program.exitCode(), 1);
 }
 
 TEST_F(CommandLine, AnUnknownOptionIsRefused)
