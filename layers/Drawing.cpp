@@ -20,7 +20,11 @@ struct DrawPlace {
     double viewHeight; ///< Points.
     double pixelRatio;
 
-    QRect targetOf(const Draw& draw) const { return deviceRect(draw.rect, viewHeight, pixelRatio); }
+    QRect rectOf(const QRectF& rect) const
+    {
+        return rect.isEmpty() ? QRect() : deviceRect(rect, viewHeight, pixelRatio);
+    }
+    QRect targetOf(const Draw& draw) const { return rectOf(draw.rect); }
 };
 
 bool isVisible(const Draw& draw)
@@ -57,8 +61,7 @@ void addTransition(
         after.effect = Effect { transition.kind, progress, true };
         break;
     }
-    // The others leave the new picture of this layer for the layer below, or cover nothing twice.
-    if (transition.kind == TransitionKind::Fade || transition.kind == TransitionKind::Mod)
+    if (transition.kind == TransitionKind::Fade)
         before.composition = after.composition = Composition::Add;
     draws.push_back(std::move(before));
     draws.push_back(std::move(after));
@@ -93,13 +96,26 @@ void paintTurned(QPainter& painter, const Draw& draw, double viewHeight, double 
     painter.restore();
 }
 
+/// Two layers that change by shares of one pattern, each in its own place: what one share covers is
+/// not to be covered, or left out, once more by the other.
+void standBehind(std::vector<Draw>& draws)
+{
+    for (size_t i = 0; i + 1 < draws.size(); ++i) {
+        auto& behind = draws[i].effect;
+        const auto& front = draws[i + 1].effect;
+        if (behind && front && behind->isArriving && !front->isArriving
+            && behind->kind == TransitionKind::Mod && front->kind == TransitionKind::Mod)
+            behind->behind = draws[i + 1].rect;
+    }
+}
+
 void paintOne(QPainter& painter, const Draw& draw, const DrawPlace& place)
 {
     const QRect target = place.targetOf(draw);
     painter.setOpacity(draw.opacity);
     if (draw.effect)
-        paintEffect(
-            painter, draw.contents, *draw.effect, { target, place.device, place.pixelRatio });
+        paintEffect(painter, draw.contents, *draw.effect,
+            { target, place.device, place.pixelRatio, place.rectOf(draw.effect->behind) });
     else if (draw.rotation != 0)
         paintTurned(painter, draw, place.viewHeight, place.pixelRatio);
     else
@@ -170,6 +186,7 @@ std::vector<Draw> drawList(const Layer& root, double now)
             draws.push_back(drawOf(state));
     }
     std::erase_if(draws, [](const Draw& draw) { return !isVisible(draw); });
+    standBehind(draws);
     return draws;
 }
 

@@ -30,6 +30,10 @@ struct Effect {
     double progress = 0; ///< 0 to 1.
     bool isArriving = false; ///< The new picture, else the old one.
 
+    /// Where another layer's old picture lies in front, whose part says what is seen of this one:
+    /// there a new picture is whole. In the root's coordinates; empty for nowhere.
+    QRectF behind {};
+
     bool operator==(const Effect&) const = default;
 };
 

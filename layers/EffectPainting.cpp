@@ -117,12 +117,14 @@ void paintMod(
     QPainter& painter, const QImage& contents, const Effect& effect, const EffectPlace& place)
 {
     const QRect visible = place.target.intersected(place.device);
-    if (visible.isEmpty())
-        return;
-    QImage image = cutOut(contents, place.target, visible);
+    const QRect whole = visible.intersected(place.behind);
+    paintPart(painter, contents, place.target, whole);
     const ModPattern& pattern = ModPattern::of(place.target.size(), place.pixelRatio);
-    pattern.keepShare(image, visible.topLeft() - place.target.topLeft(), effect);
-    painter.drawImage(visible.topLeft(), image);
+    for (const QRect& part : QRegion(visible).subtracted(whole)) {
+        QImage image = cutOut(contents, place.target, part);
+        pattern.keepShare(image, part.topLeft() - place.target.topLeft(), effect);
+        painter.drawImage(part.topLeft(), image);
+    }
 }
 
 } // namespace

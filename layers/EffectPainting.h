@@ -11,6 +11,7 @@ struct EffectPlace {
     QRect target; ///< The whole picture, which the effect counts from.
     QRect device; ///< What can be seen.
     double pixelRatio = 1; ///< Device pixels a point.
+    QRect behind {}; ///< Effect::behind on the device.
 };
 
 /// Paints the part that the picture has in the transition. At progress 0 the old picture is all

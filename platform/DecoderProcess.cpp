@@ -25,12 +25,15 @@ constexpr bool kKeepsErrors = true; // What the sanitizer finds in the decoder i
 constexpr bool kKeepsErrors = false; // Libraries complain there of every second file.
 #endif
 
-/// What the decoder is told of the environment: where fonts are, for the text in drawings.
+/// What the decoder is told of the environment: where fonts are, for the text in drawings; and how
+/// the sanitizer, if any, is to look at it.
 std::vector<std::string> decoderEnvironment()
 {
+    std::vector<const char*> names { "HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME" };
+    if (kKeepsErrors)
+        names.insert(names.end(), { "ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS" });
     std::vector<std::string> environment { "LC_ALL=C.UTF-8" };
-    for (const char* const name :
-        { "HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME" }) {
+    for (const char* const name : names) {
         if (const char* const value = std::getenv(name))
             environment.push_back(std::string(name) + '=' + value);
     }

@@ -351,7 +351,8 @@ TEST_F(Transitions, ModGivesEachPictureItsShare)
     EXPECT_NEAR(f(0.35).effect->progress, 0.5, kTolerance);
     EXPECT_FALSE(f(0.35).effect->isArriving);
     EXPECT_TRUE(t(0.35).effect->isArriving);
-    EXPECT_EQ(t(0.35).composition, Composition::Add);
+    EXPECT_EQ(t(0.35).effect->behind, f(0.35).rect) << "it is seen through the old one's holes";
+    EXPECT_TRUE(isOldInFront(0.35));
     expectDuration(700ms);
 }
 

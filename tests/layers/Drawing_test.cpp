@@ -213,8 +213,7 @@ TEST_F(DrawListTest, GivesEachPictureItsPartInATransition)
 
         EXPECT_EQ(draw.contents, a.contents());
         EXPECT_EQ(draw.effect, (Effect { kind, 0.25, false }));
-        EXPECT_EQ(
-            draw.composition, kind == TransitionKind::Mod ? Composition::Add : Composition::Over);
+        EXPECT_EQ(draw.composition, Composition::Over);
         EXPECT_EQ(order(), "rgb") << "where there was nothing, nothing arrives";
         a.removeAllAnimations();
     }

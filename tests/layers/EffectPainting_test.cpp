@@ -144,15 +144,18 @@ TEST(EffectPainting, StaggersTheStrips)
     }
 }
 
+/// The new picture behind the old one, each with its part.
+std::vector<Draw> modDraws(const QImage& before, const QImage& after, double progress)
+{
+    std::vector<Draw> draws { drawOf(after, TransitionKind::Mod, progress, true),
+        drawOf(before, TransitionKind::Mod, progress, false) };
+    draws[0].effect->behind = draws[1].rect;
+    return draws;
+}
+
 TEST(EffectPainting, ShowsTheNewPictureOfAModThroughHoles)
 {
-    const QImage image = painted([] {
-        std::vector<Draw> draws { drawOf(solid(kOld), TransitionKind::Mod, 0.5, false),
-            drawOf(solid(kNew), TransitionKind::Mod, 0.5, true) };
-        for (Draw& draw : draws)
-            draw.composition = Composition::Add;
-        return draws;
-    }());
+    const QImage image = painted(modDraws(solid(kOld), solid(kNew), 0.5));
 
     int holes = 0;
     int rest = 0;
@@ -167,6 +170,21 @@ TEST(EffectPainting, ShowsTheNewPictureOfAModThroughHoles)
     const int pixels = kSize.width() * kSize.height();
     EXPECT_GT(holes, pixels / 5);
     EXPECT_GT(rest, pixels / 10);
+}
+
+TEST(EffectPainting, ShowsTheNewPictureWholeBehindTheOldOneInAMod)
+{
+    // In the middle of the old picture, so that the two patterns do not lie on each other.
+    std::vector<Draw> draws = modDraws(solid(0xFFFFFFFF), solid(0xFFFFFFFF), 0.5);
+    draws[0].rect = { 130, 40, 150, 200 };
+    draws[0].contents = solid(0xFF808080, { 150, 200 });
+
+    const QImage image = painted(draws);
+
+    for (int y = 70; y < 250; y += 3) {
+        for (int x = 135; x < 275; x += 3)
+            ASSERT_GE(qGreen(image.pixel(x, y)), 0x7E) << "nothing of either at " << x << ' ' << y;
+    }
 }
 
 TEST(EffectPainting, UncoversThePlaceInTheLowerLeftOfAModFirst)
@@ -190,10 +208,7 @@ TEST(EffectPainting, HasNoDipBetweenTwoPicturesThatAreTheSame)
 {
     const QImage white = solid(0xFFFFFFFF);
     for (const double progress : { 0.1, 0.25, 0.5, 0.9 }) {
-        Draw before = drawOf(white, TransitionKind::Mod, progress, false);
-        Draw after = drawOf(white, TransitionKind::Mod, progress, true);
-        before.composition = after.composition = Composition::Add;
-        EXPECT_LE(mostApart(painted({ before, after }), white), 1) << progress;
+        EXPECT_LE(mostApart(painted(modDraws(white, white, progress)), white), 1) << progress;
         EXPECT_LE(mostApart(swiped(TransitionKind::Swipe, progress, white, white), white), 1);
         EXPECT_EQ(mostApart(swiped(TransitionKind::BarsSwipe, progress, white, white), white), 0);
     }
