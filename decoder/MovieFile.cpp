@@ -216,13 +216,13 @@ struct MovieFile::Parts {
         return start + av_rescale_q(value, { 1, kTimescale }, track->time_base);
     }
 
-    bool seek(qint64 time)
+    bool seek(qint64 time) const
     {
         avcodec_flush_buffers(codec.get());
         return av_seek_frame(format.get(), track->index, time, AVSEEK_FLAG_BACKWARD) >= 0;
     }
 
-    bool rewind()
+    bool rewind() const
     {
         avcodec_flush_buffers(codec.get());
         return av_seek_frame(format.get(), track->index, INT64_MIN, 0) >= 0

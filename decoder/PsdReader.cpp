@@ -11,6 +11,7 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 namespace quorvane {
@@ -29,10 +30,8 @@ quint8 byteOf(const char* row, int x, int depth)
         return static_cast<quint8>(
             (qFromBigEndian<quint16>(row + qsizetype(2) * x) * 255U + 32767U) / 65535U);
     default:
-        // What lround() does more takes its time, and this is done for every sample.
-        // NOLINTNEXTLINE(bugprone-incorrect-roundings)
-        return static_cast<quint8>(
-            std::clamp(qFromBigEndian<float>(row + qsizetype(4) * x), 0.0F, 1.0F) * 255.0F + 0.5F);
+        return static_cast<quint8>(std::lround(
+            255 * std::clamp(qFromBigEndian<float>(row + qsizetype(4) * x), 0.0F, 1.0F)));
     }
 }
 

@@ -193,7 +193,7 @@ void Session::closeFile()
     mFile = {};
 }
 
-bool Session::send(const FromDecoder& message)
+bool Session::send(const FromDecoder& message) const
 {
     return sendMessage(mSocket, std::as_bytes(std::span(&message, 1)));
 }

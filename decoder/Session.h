@@ -42,7 +42,7 @@ private:
     void forget(std::uint64_t number);
     static void setTarget(const FileDescriptor& file);
     void closeFile();
-    bool send(const FromDecoder& message);
+    bool send(const FromDecoder& message) const;
     bool sendFailure(const Error& error);
 
     OpenedPicture open(FileBytes& file, std::uint32_t what) const;

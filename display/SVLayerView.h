@@ -116,7 +116,7 @@ private:
         TimingFunction timing = {});
     void addTransition(Layer& layer, TransitionKind kind, double duration);
     void crossFade(Layer& f, Layer& t, double duration);
-    void hingeAtLowerLeft(Layer& layer);
+    void hingeAtLowerLeft(Layer& layer) const;
     void rotateLeft(Layer& f, Layer& t, float angle);
     void swipe(Layer& f, Layer& t, TransitionKind kind, double duration);
     void cutFrom(Layer& f, Layer& t);

@@ -20,7 +20,7 @@ constexpr double kInFront = 10000;
 } // namespace
 
 /// It stays where it is, and turns about its lower edge or its lower left corner from now on.
-void SVLayerView::hingeAtLowerLeft(Layer& layer)
+void SVLayerView::hingeAtLowerLeft(Layer& layer) const
 {
     layer.setAnchorPoint({ 0, 0 });
     layer.setPosition(rectForLayer(layer).topLeft());

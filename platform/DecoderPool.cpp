@@ -106,7 +106,8 @@ DecoderPool::~DecoderPool()
 
 void DecoderPool::warmUp() { startThread(); }
 
-DecodeTicket DecoderPool::decode(const FileDescriptor& file, DecodeRequest request, DecodeDone done)
+DecodeTicket DecoderPool::decode(
+    const FileDescriptor& file, DecodeRequest request, const DecodeDone& done)
 {
     startThread();
     const DecodeTicket ticket = mQueue.add(file, std::move(request), done);

@@ -42,7 +42,7 @@ public:
     DecoderPool& operator=(const DecoderPool&) = delete;
 
     void warmUp();
-    DecodeTicket decode(const FileDescriptor& file, DecodeRequest request, DecodeDone done);
+    DecodeTicket decode(const FileDescriptor& file, DecodeRequest request, const DecodeDone& done);
     void cancel(DecodeTicket ticket);
     void setPriority(DecodeTicket ticket, DecodeRequest::Priority priority);
 

@@ -76,6 +76,7 @@ public:
             nullptr };
         std::vector<std::string> environment = decoderEnvironment();
         std::vector<char*> variables;
+        variables.reserve(environment.size() + 1);
         for (std::string& variable : environment)
             variables.push_back(variable.data());
         variables.push_back(nullptr);

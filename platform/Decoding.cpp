@@ -34,9 +34,9 @@ QSize boundedSize(QSize size, int bound)
     return size.scaled(bound, bound, Qt::KeepAspectRatio).expandedTo({ 1, 1 });
 }
 
-DecodeTicket decodeAsync(const FileDescriptor& file, DecodeRequest request, DecodeDone done)
+DecodeTicket decodeAsync(const FileDescriptor& file, DecodeRequest request, const DecodeDone& done)
 {
-    return pool().decode(file, std::move(request), std::move(done));
+    return pool().decode(file, std::move(request), done);
 }
 
 void cancelDecoding(DecodeTicket ticket) { pool().cancel(ticket); }

@@ -61,7 +61,7 @@ using DecodeDone = std::function<void(Result<DecodeAnswer>)>;
 /// a regular file; a copy of the descriptor is kept. \param done  gets Unsupported for what is no
 /// picture; Damaged for one that ends too soon, cannot be decoded or twice broke its decoder;
 /// TooLarge. Thread: any.
-DecodeTicket decodeAsync(const FileDescriptor& file, DecodeRequest request, DecodeDone done);
+DecodeTicket decodeAsync(const FileDescriptor& file, DecodeRequest request, const DecodeDone& done);
 
 /// `done` will not be called, unless it is being called already. Thread: any.
 void cancelDecoding(DecodeTicket ticket);

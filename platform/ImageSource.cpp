@@ -39,8 +39,7 @@ std::optional<QImage> ImageSource::createThumbnailAtIndex0(const ThumbnailOption
 DecodeTicket ImageSource::requestImageAtIndex0(
     std::function<QSize(QSize)> sizeFor, DecodeRequest::Priority priority, DecodeDone done) const
 {
-    return decodeAsync(
-        mFile, { DecodeRequest::What::Picture, std::move(sizeFor), priority }, std::move(done));
+    return decodeAsync(mFile, { DecodeRequest::What::Picture, std::move(sizeFor), priority }, done);
 }
 
 } // namespace quorvane

@@ -39,35 +39,40 @@ TEST_F(Transition, ThatFadesPassesFromTheOneColourToTheOther)
     }
 }
 
-TEST_F(Transition, BetweenWhiteSlidesStaysWhite)
+struct NamedTransition : Transition, testing::WithParamInterface<const char*> { };
+
+TEST_P(NamedTransition, EndsWithTheNextSlide)
+{
+    start(GetParam(), kRed, kGreen);
+    ASSERT_TRUE(ready(kRed));
+
+    ASSERT_TRUE(leadsTo(XK_Right, kGreen));
+    desktop.pause(1000ms);
+    EXPECT_EQ(desktop.colourAt(middle()), kGreen);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, NamedTransition,
+    testing::Values("Cross Fade", "Fast Cross Fade", "Flip", "Slide", "Rotate Left Right",
+        "Rotate Left", "Shrink", "Expand", "Bar Swipe", "Swipe", "Mod", "All"));
+
+struct WhiteTransition : NamedTransition { };
+
+TEST_P(WhiteTransition, BetweenWhiteSlidesStaysWhite)
 {
     const Pixel white { 0xffffff };
-    for (const char* const name : { "Cross Fade", "Fast Cross Fade", "Mod", "Swipe" }) {
-        start(name, white, white);
-        ASSERT_TRUE(ready(white)) << name;
+    start(GetParam(), white, white);
+    ASSERT_TRUE(ready(white));
 
-        desktop.startRecording(middle());
-        desktop.key(XK_Right);
-        desktop.pause(1300ms);
+    desktop.startRecording(middle());
+    desktop.key(XK_Right);
+    desktop.pause(1300ms);
 
-        for (const auto& change : desktop.takeRecording())
-            EXPECT_GE(greenOf(change.colour), 0xfd) << name;
-    }
+    for (const auto& change : desktop.takeRecording())
+        EXPECT_GE(greenOf(change.colour), 0xfd);
 }
 
-TEST_F(Transition, OfEveryNameEndsWithTheNextSlide)
-{
-    for (const char* const name :
-        { "Cross Fade", "Fast Cross Fade", "Flip", "Slide", "Rotate Left Right", "Rotate Left",
-            "Shrink", "Expand", "Bar Swipe", "Swipe", "Mod", "All" }) {
-        start(name, kRed, kGreen);
-        ASSERT_TRUE(ready(kRed)) << name;
-
-        ASSERT_TRUE(leadsTo(XK_Right, kGreen)) << name;
-        desktop.pause(1000ms);
-        EXPECT_EQ(desktop.colourAt(middle()), kGreen) << name;
-    }
-}
+INSTANTIATE_TEST_SUITE_P(Each, WhiteTransition,
+    testing::Values("Cross Fade", "Fast Cross Fade", "Mod", "Swipe", "Bar Swipe"));
 
 TEST_F(Transition, IsOverBeforeTheNextStep)
 {
