@@ -156,6 +156,7 @@ void SVLayerView::setImage(const std::shared_ptr<SVImage>& image, bool forward)
         transitionFrom(*mPrevious, *mCurrent, forward);
     else
         cutFrom(*mPrevious, *mCurrent);
+    prepareModPattern();
     prepareCurrentImage();
     update();
 }

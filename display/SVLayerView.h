@@ -125,6 +125,7 @@ private:
     void moveToPosition(QPointF position);
     void prepareZoom();
 
+    void prepareModPattern();
     void startFrames();
     void drawFirstFrame();
     void drawFrame();

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Transitions in which nothing moves: fades, strips, holes, a soft edge.
 #include "display/SVLayerView.h"
+#include "layers/ModPattern.h"
+#include "platform/DispatchQueue.h"
+#include "platform/MainQueue.h"
+#include "platform/UserDefaults.h"
+#include "settings/SettingsCatalogue.h"
 
 namespace quorvane {
 
@@ -58,6 +63,21 @@ void SVLayerView::transitionModFrom(Layer& f, Layer& t)
     addTransition(t, TransitionKind::Mod, kMod);
     f.setOpacity(0);
     t.setOpacity(1);
+}
+
+/// Beforehand and elsewhere, where it may be needed: it would hold up the first frame.
+void SVLayerView::prepareModPattern()
+{
+    const QString title = mDefaults.value(kTransition).toString();
+    const double pixelRatio = devicePixelRatioF();
+    const QSize size = (QSizeF(this->size()) * pixelRatio).toSize();
+    const bool isNeeded = title == QLatin1String("Mod") || title == QLatin1String("All");
+    if (!isNeeded || ModPattern::kept(size, pixelRatio))
+        return;
+    DispatchQueue::global().async([size, pixelRatio] {
+        auto pattern = std::make_shared<const ModPattern>(size, pixelRatio);
+        MainQueue::async([pattern] { ModPattern::keep(pattern); });
+    });
 }
 
 void SVLayerView::transitionPush_BuildInFrom(Layer& f, Layer& t)

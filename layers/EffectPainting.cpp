@@ -117,12 +117,19 @@ void paintMod(
     QPainter& painter, const QImage& contents, const Effect& effect, const EffectPlace& place)
 {
     const QRect visible = place.target.intersected(place.device);
+    if (visible.isEmpty())
+        return;
     const QRect whole = visible.intersected(place.behind);
     paintPart(painter, contents, place.target, whole);
-    const ModPattern& pattern = ModPattern::of(place.target.size(), place.pixelRatio);
+    // What lies above and to the right of the screen is not needed.
+    const QSize size(
+        visible.right() + 1 - place.target.left(), place.target.bottom() + 1 - visible.top());
+    const auto pattern = ModPattern::of(size, place.pixelRatio);
     for (const QRect& part : QRegion(visible).subtracted(whole)) {
         QImage image = cutOut(contents, place.target, part);
-        pattern.keepShare(image, part.topLeft() - place.target.topLeft(), effect);
+        const QPoint lowerLeft(
+            part.left() - place.target.left(), place.target.bottom() - part.bottom());
+        pattern->keepShare(image, lowerLeft, effect);
         painter.drawImage(part.topLeft(), image);
     }
 }

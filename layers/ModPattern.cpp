@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <deque>
 
 namespace quorvane {
 
@@ -27,9 +26,6 @@ constexpr double kSoftness = 2;
 /// Distances are kept in so many steps.
 constexpr int kSteps = 4096;
 
-/// As many patterns as are in use at a time: the old picture's and the new one's, on two screens.
-constexpr size_t kKept = 4;
-
 double smoothed(double share)
 {
     const double clamped = std::clamp(share, 0.0, 1.0);
@@ -46,21 +42,13 @@ QRgb times(QRgb pixel, std::uint32_t share)
     return outer | inner;
 }
 
-} // namespace
-
-const ModPattern& ModPattern::of(QSize size, double pixelRatio)
+std::shared_ptr<const ModPattern>& lastPattern()
 {
-    static std::deque<ModPattern> kept;
-    const auto found = std::find_if(kept.begin(), kept.end(), [&](const ModPattern& pattern) {
-        return pattern.mSize == size && pattern.mPixelRatio == pixelRatio;
-    });
-    if (found != kept.end())
-        return *found;
-    if (kept.size() == kKept)
-        kept.pop_front();
-    kept.push_back(ModPattern(size, pixelRatio));
-    return kept.back();
+    static std::shared_ptr<const ModPattern> last;
+    return last;
 }
+
+} // namespace
 
 ModPattern::ModPattern(QSize size, double pixelRatio)
     : mSize(size)
@@ -68,13 +56,42 @@ ModPattern::ModPattern(QSize size, double pixelRatio)
 {
     mDistances.reserve(static_cast<size_t>(size.width()) * static_cast<size_t>(size.height()));
     for (int row = 0; row < size.height(); ++row) {
-        const double y = (size.height() - row - 0.5) / pixelRatio;
+        const double y = (row + 0.5) / pixelRatio;
         for (int column = 0; column < size.width(); ++column) {
             const double distance = distanceAt((column + 0.5) / pixelRatio, y);
             mDistances.push_back(
                 static_cast<std::uint16_t>(std::lround(distance / kFarthest * (kSteps - 1))));
         }
     }
+}
+
+bool ModPattern::suffices(QSize size, double pixelRatio) const
+{
+    return pixelRatio == mPixelRatio && size.width() <= mSize.width()
+        && size.height() <= mSize.height();
+}
+
+std::shared_ptr<const ModPattern> ModPattern::kept(QSize size, double pixelRatio)
+{
+    const auto& last = lastPattern();
+    return last && last->suffices(size, pixelRatio) ? last : nullptr;
+}
+
+void ModPattern::keep(std::shared_ptr<const ModPattern> pattern)
+{
+    lastPattern() = std::move(pattern);
+}
+
+std::shared_ptr<const ModPattern> ModPattern::of(QSize size, double pixelRatio)
+{
+    if (auto pattern = kept(size, pixelRatio))
+        return pattern;
+    // Not smaller than before: two pictures take turns.
+    const auto& last = lastPattern();
+    const bool isOfThisScreen = last && last->mPixelRatio == pixelRatio;
+    keep(std::make_shared<ModPattern>(
+        isOfThisScreen ? size.expandedTo(last->mSize) : size, pixelRatio));
+    return lastPattern();
 }
 
 double ModPattern::distanceAt(double x, double y)
@@ -107,8 +124,9 @@ void ModPattern::keepShare(QImage& image, QPoint place, const Effect& effect) co
             std::lround(255 * (effect.isArriving ? arriving : 1 - arriving)));
     }
     for (int y = 0; y < image.height(); ++y) {
-        const auto* const distance
-            = mDistances.data() + static_cast<qsizetype>(y + place.y()) * mSize.width() + place.x();
+        const auto* const distance = mDistances.data()
+            + static_cast<qsizetype>(place.y() + image.height() - 1 - y) * mSize.width()
+            + place.x();
         auto* const pixels = reinterpret_cast<QRgb*>(image.scanLine(y));
         for (int x = 0; x < image.width(); ++x)
             pixels[x] = times(pixels[x], shares[distance[x]]);

@@ -3,6 +3,9 @@
 #include "display/SVLayerView.h"
 #include "images/SVImage.h"
 #include "layers/Drawing.h"
+#include "layers/ModPattern.h"
+#include "platform/DispatchQueue.h"
+#include "platform/MainQueue.h"
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
 #include "support/GeometryMatchers.h"
@@ -354,6 +357,22 @@ TEST_F(Transitions, ModGivesEachPictureItsShare)
     EXPECT_EQ(t(0.35).effect->behind, f(0.35).rect) << "it is seen through the old one's holes";
     EXPECT_TRUE(isOldInFront(0.35));
     expectDuration(700ms);
+}
+
+TEST_F(Transitions, ModFindsItsHolesMadeBeforehand)
+{
+    for (const char* const title : { "None", "Mod", "All" }) {
+        DispatchQueue::global().drain();
+        MainQueue::drain();
+        ModPattern::keep(nullptr);
+        choose(title);
+        view.clearImage();
+        view.setImage(before, true);
+        DispatchQueue::global().drain();
+        MainQueue::drain();
+        const bool isKept = ModPattern::kept(view.size(), view.devicePixelRatioF()) != nullptr;
+        EXPECT_EQ(isKept, QByteArray(title) != "None") << title;
+    }
 }
 
 TEST_F(Transitions, OfAShapeAreSeenAfterOnesThatPutTheOldPictureInFront)

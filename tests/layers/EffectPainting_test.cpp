@@ -240,6 +240,32 @@ TEST(EffectPainting, MeasuresInPointsOnADenseScreen)
     EXPECT_LE(different, 3);
 }
 
+TEST(EffectPainting, NeedsOnePatternForPicturesOfAllSizes)
+{
+    ModPattern::keep(nullptr);
+    EXPECT_FALSE(ModPattern::kept({ 10, 10 }, 1));
+    const auto large = std::make_shared<const ModPattern>(QSize(600, 500), 1);
+    const QImage alone = painted({ drawOf(striped(), TransitionKind::Mod, 0.5, false) });
+
+    ModPattern::keep(large);
+
+    EXPECT_EQ(painted({ drawOf(striped(), TransitionKind::Mod, 0.5, false) }), alone);
+    EXPECT_EQ(ModPattern::of(kSize, 1), large);
+    EXPECT_FALSE(ModPattern::kept(kSize, 2));
+    EXPECT_FALSE(ModPattern::kept({ 601, 500 }, 1));
+}
+
+TEST(EffectPainting, PaintsTheVisiblePartOfAModThatStandsOut)
+{
+    Draw draw = drawOf(striped(), TransitionKind::Mod, 0.5, false);
+    const QImage whole = painted({ draw });
+    draw.rect.translate(-100, -50);
+
+    const QImage image = painted({ draw }, { 200, 200 });
+
+    EXPECT_EQ(image, whole.copy(100, 50, 200, 200));
+}
+
 TEST(EffectPainting, PushesTheOldPictureOutToTheLeft)
 {
     const QImage image = painted({ drawOf(solid(kOld), TransitionKind::Push, 0.25, false),
