@@ -19,8 +19,9 @@ struct Waiting {
 
 Waiting& waiting()
 {
-    static Waiting instance;
-    return instance;
+    // Never destroyed: another thread may still have something to say when the program ends.
+    static auto* const instance = new Waiting;
+    return *instance;
 }
 
 /// \return false when nothing waits.

@@ -25,6 +25,13 @@ using tests::FixtureFolder;
 using Answer = Result<DecodeAnswer>;
 using Priority = DecodeRequest::Priority;
 
+/// Milliseconds between one end and the next: longer than a decoder takes to start.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int kKillPause = 300;
+#else
+constexpr int kKillPause = 3;
+#endif
+
 /// The numbers of the processes that this one has started.
 std::set<pid_t> childProcesses()
 {
@@ -401,7 +408,7 @@ TEST_F(DecoderPoolTest, LosesNoPictureWhileSomebodyKillsDecodersAtRandom)
                 kill(*victim, SIGKILL);
             }
             std::this_thread::yield();
-            poll(nullptr, 0, 3);
+            poll(nullptr, 0, kKillPause);
         }
     });
 
