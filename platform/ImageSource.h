@@ -47,7 +47,7 @@ public:
     /// The first picture of the file, upright, without waiting; see decodeAsync().
     /// \param sizeFor  see DecodeRequest.
     DecodeTicket requestImageAtIndex0(std::function<QSize(QSize)> sizeFor,
-        DecodeRequest::Priority priority, DecodeDone done) const;
+        DecodeRequest::Priority priority, const DecodeDone& done) const;
 
 private:
     explicit ImageSource(FileDescriptor file);
