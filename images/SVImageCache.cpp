@@ -44,7 +44,7 @@ struct SVImageCache::Job : std::enable_shared_from_this<Job> {
     bool isStale = false; ///< Main thread: the file changed meanwhile.
 
     /// On the global queue: opening may take its time. \param finish  called on any thread.
-    void begin(Finish finish)
+    void begin(const Finish& finish)
     {
         if (isCancelled || hasBegun.exchange(true))
             return;
@@ -55,7 +55,7 @@ struct SVImageCache::Job : std::enable_shared_from_this<Job> {
         }
         ticket = source->requestImageAtIndex0(
             [job = shared_from_this()](QSize picture) { return job->sizeFor(picture); }, priority,
-            std::move(finish));
+            finish);
         // What happened before there was a ticket.
         setDecodingPriority(ticket, priority);
         if (isCancelled)
