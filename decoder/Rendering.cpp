@@ -2,6 +2,7 @@
 #include "decoder/Rendering.h"
 
 #include "decoder/DisplayColors.h"
+#include "decoder/ReaderFailures.h"
 #include "platform/Orientation.h"
 
 #include <QPainter>
@@ -11,11 +12,6 @@
 namespace quorvane {
 
 namespace {
-
-tl::unexpected<Error> noMemory()
-{
-    return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the pixels"));
-}
 
 /// A second image on the memory of `canvas`, which is neither copied nor owned.
 QImage sameMemory(QImage& canvas, QImage::Format format)

@@ -117,7 +117,8 @@ private:
     void addTransition(Layer& layer, TransitionKind kind, double duration);
     void crossFade(Layer& f, Layer& t, double duration);
     void hingeAtLowerLeft(Layer& layer) const;
-    void rotateLeft(Layer& f, Layer& t, float angle);
+    void rotate(Layer& f, Layer& t, float out, float in, const QByteArray& key);
+    void prepareSlide(Layer& f, Layer& t, QPointF anchor);
     void swipe(Layer& f, Layer& t, TransitionKind kind, double duration);
     void cutFrom(Layer& f, Layer& t);
 

@@ -14,11 +14,6 @@ constexpr double kDrift = 30.0;
 
 constexpr QPointF kCentre { 0.5, 0.5 };
 
-ValueChange change(KeyPath keyPath, double from, double to)
-{
-    return { keyPath, static_cast<float>(from), static_cast<float>(to) };
-}
-
 } // namespace
 
 void SVLayerView::transitionShrinkFrom(Layer& f, Layer& t)
@@ -34,9 +29,9 @@ void SVLayerView::transitionShrinkFrom(Layer& f, Layer& t)
     const QSizeF size = f.boundsSize();
     f.setBoundsSize({ 0, 0 });
     f.removeAllAnimations();
-    animate(f, change(KeyPath::BoundsWidth, size.width(), 0), kShrink, "transition",
+    animate(f, valueChange(KeyPath::BoundsWidth, size.width(), 0), kShrink, "transition",
         TimingFunction::easeIn());
-    animate(f, change(KeyPath::BoundsHeight, size.height(), 0), kShrink, "transition2",
+    animate(f, valueChange(KeyPath::BoundsHeight, size.height(), 0), kShrink, "transition2",
         TimingFunction::easeIn());
 }
 
@@ -51,57 +46,56 @@ void SVLayerView::transitionExpandFrom(Layer& f, Layer& t)
     }
     const QSizeF size = t.boundsSize();
     t.removeAllAnimations();
-    animate(t, change(KeyPath::BoundsWidth, 0, size.width()), kExpand, "transition",
+    animate(t, valueChange(KeyPath::BoundsWidth, 0, size.width()), kExpand, "transition",
         TimingFunction::easeOut());
-    animate(t, change(KeyPath::BoundsHeight, 0, size.height()), kExpand, "transition2",
+    animate(t, valueChange(KeyPath::BoundsHeight, 0, size.height()), kExpand, "transition2",
         TimingFunction::easeOut());
     f.setOpacity(0);
     f.removeAllAnimations();
-    animate(f, change(KeyPath::Opacity, 1, 0), kExpand, "fade", TimingFunction::easeIn());
+    animate(f, valueChange(KeyPath::Opacity, 1, 0), kExpand, "fade", TimingFunction::easeIn());
+}
+
+/// Both in their places, the old picture in front, held by `anchor`.
+void SVLayerView::prepareSlide(Layer& f, Layer& t, QPointF anchor)
+{
+    put(f, t);
+    setZPositions(f, 0, t, 0);
+    f.setOpacity(1);
+    t.setOpacity(1);
+    t.setAnchorPoint({ 0, 0 });
+    f.setAnchorPoint(anchor);
+    t.setFrame(rectForLayer(t));
+    f.setFrame(rectForLayer(f));
 }
 
 void SVLayerView::transitionSlideFrom(Layer& f, Layer& t)
 {
-    put(f, t);
-    setZPositions(f, 0, t, 0);
-    f.setOpacity(1);
-    t.setOpacity(1);
-    t.setAnchorPoint({ 0, 0 });
-    f.setAnchorPoint({ 1, 0 });
-    t.setFrame(rectForLayer(t));
-    f.setFrame(rectForLayer(f));
+    prepareSlide(f, t, { 1, 0 });
     const QRectF from = f.frame();
     const double to = t.frame().x();
     f.setPosition({ 0, f.position().y() });
     f.removeAllAnimations();
-    animate(f, change(KeyPath::PositionX, from.right(), -from.x()), kSlide, "transition");
+    animate(f, valueChange(KeyPath::PositionX, from.right(), -from.x()), kSlide, "transition");
     t.removeAllAnimations();
-    animate(t, change(KeyPath::PositionX, width() + to, to), kSlide, "transition2");
+    animate(t, valueChange(KeyPath::PositionX, width() + to, to), kSlide, "transition2");
 }
 
 void SVLayerView::transitionSlideBackFrom(Layer& f, Layer& t)
 {
-    put(f, t);
-    setZPositions(f, 0, t, 0);
-    f.setOpacity(1);
-    t.setOpacity(1);
-    t.setAnchorPoint({ 0, 0 });
-    f.setAnchorPoint({ 0, 0 });
-    t.setFrame(rectForLayer(t));
-    f.setFrame(rectForLayer(f));
+    prepareSlide(f, t, { 0, 0 });
     const double from = f.frame().x();
     const double to = t.frame().x();
     f.setPosition({ static_cast<double>(width()), f.position().y() });
     f.removeAllAnimations();
-    animate(f, change(KeyPath::PositionX, from, from + width()), kSlide, "transition");
+    animate(f, valueChange(KeyPath::PositionX, from, from + width()), kSlide, "transition");
     t.removeAllAnimations();
-    animate(t, change(KeyPath::PositionX, to - width(), to), kSlide, "transition2");
+    animate(t, valueChange(KeyPath::PositionX, to - width(), to), kSlide, "transition2");
 }
 
 void SVLayerView::driftEffect()
 {
     mDriftAnimation = newAnimationIdentity();
-    mCurrent->addAnimation({ change(KeyPath::PositionX, 0, rectForImage(mImage.get()).width()),
+    mCurrent->addAnimation({ valueChange(KeyPath::PositionX, 0, rectForImage(mImage.get()).width()),
                                kDrift, TimingFunction::easeOut(), this, *mDriftAnimation },
         "driftx");
     startFrames();

@@ -46,46 +46,37 @@ void SVLayerView::transitionHorizontalFlipBackFrom(Layer& f, Layer& t)
     transitionHorizontalFlipFrom(f, t);
 }
 
+/// The old picture swings out and the new one in, both about their lower left corners. Radians,
+/// counter-clockwise. \param out  that the old one turns by. \param in  where the new one begins.
+void SVLayerView::rotate(Layer& f, Layer& t, float out, float in, const QByteArray& key)
+{
+    put(f, t);
+    setZPositions(f, 0, t, 0);
+    f.setOpacity(1);
+    t.setOpacity(1);
+    hingeAtLowerLeft(f);
+    f.setRotationZ(out);
+    f.removeAllAnimations();
+    animate(f, { KeyPath::RotationZ, 0, out }, kRotation, key, TimingFunction::easeIn());
+    t.setAnchorPoint({ 0, 0 });
+    t.setFrame(rectForLayer(t));
+    animate(t, { KeyPath::RotationZ, in, 0 }, kRotation, key, TimingFunction::easeOut());
+    t.resetTransform();
+}
+
 void SVLayerView::transitionRotateFrom(Layer& f, Layer& t)
 {
-    put(f, t);
-    setZPositions(f, 0, t, 0);
-    f.setOpacity(1);
-    t.setOpacity(1);
-    hingeAtLowerLeft(f);
-    f.setRotationZ(kUpsideDown);
-    f.removeAllAnimations();
-    animate(f, { KeyPath::RotationZ, 0, kUpsideDown }, kRotation, "transition",
-        TimingFunction::easeIn());
-    t.setAnchorPoint({ 0, 0 });
-    t.setFrame(rectForLayer(t));
-    animate(t, { KeyPath::RotationZ, kUpsideDown, 0 }, kRotation, "transition",
-        TimingFunction::easeOut());
-    t.resetTransform();
+    rotate(f, t, kUpsideDown, kUpsideDown, "transition");
 }
 
-/// \param angle  that the old picture turns by, counter-clockwise; the new one comes in the same
-/// sense.
-void SVLayerView::rotateLeft(Layer& f, Layer& t, float angle)
+void SVLayerView::transitionRotateLeftFrom(Layer& f, Layer& t)
 {
-    put(f, t);
-    setZPositions(f, 0, t, 0);
-    f.setOpacity(1);
-    t.setOpacity(1);
-    hingeAtLowerLeft(f);
-    f.setRotationZ(angle);
-    f.removeAllAnimations();
-    animate(
-        f, { KeyPath::RotationZ, 0, angle }, kRotation, "transitionLeft", TimingFunction::easeIn());
-    t.setAnchorPoint({ 0, 0 });
-    t.setFrame(rectForLayer(t));
-    animate(t, { KeyPath::RotationZ, -angle, 0 }, kRotation, "transitionLeft",
-        TimingFunction::easeOut());
-    t.resetTransform();
+    rotate(f, t, kUpsideDown, -kUpsideDown, "transitionLeft");
 }
 
-void SVLayerView::transitionRotateLeftFrom(Layer& f, Layer& t) { rotateLeft(f, t, kUpsideDown); }
-
-void SVLayerView::transitionRotateRightFrom(Layer& f, Layer& t) { rotateLeft(f, t, -kUpsideDown); }
+void SVLayerView::transitionRotateRightFrom(Layer& f, Layer& t)
+{
+    rotate(f, t, -kUpsideDown, kUpsideDown, "transitionLeft");
+}
 
 } // namespace quorvane

@@ -16,11 +16,6 @@ constexpr double kZoomTime = 1.0;
 
 constexpr QPointF kCentre { 0.5, 0.5 };
 
-ValueChange change(KeyPath keyPath, double from, double to)
-{
-    return { keyPath, static_cast<float>(from), static_cast<float>(to) };
-}
-
 /// Where the centre of a side of `length` may be, so that it covers a view of `viewLength`.
 double covering(double centre, double length, double viewLength)
 {
@@ -33,10 +28,10 @@ void SVLayerView::zoomToHeight(double height, double width)
 {
     mCurrent->setZPosition(0);
     const QSizeF before = mCurrent->boundsSize();
-    animate(*mCurrent, change(KeyPath::BoundsWidth, before.width(), width), kZoomTime, "zoomW",
+    animate(*mCurrent, valueChange(KeyPath::BoundsWidth, before.width(), width), kZoomTime, "zoomW",
         TimingFunction::easeInEaseOut());
-    animate(*mCurrent, change(KeyPath::BoundsHeight, before.height(), height), kZoomTime, "zoomH",
-        TimingFunction::easeInEaseOut());
+    animate(*mCurrent, valueChange(KeyPath::BoundsHeight, before.height(), height), kZoomTime,
+        "zoomH", TimingFunction::easeInEaseOut());
     mCurrent->setBoundsSize({ width, height });
     startFrames();
 }
@@ -87,10 +82,10 @@ void SVLayerView::zoomOff()
 void SVLayerView::moveToPosition(QPointF position)
 {
     const QPointF before = mCurrent->position();
-    animate(*mCurrent, change(KeyPath::PositionX, before.x(), position.x()), kZoomTime, "moveX",
-        TimingFunction::easeInEaseOut());
-    animate(*mCurrent, change(KeyPath::PositionY, before.y(), position.y()), kZoomTime, "moveY",
-        TimingFunction::easeInEaseOut());
+    animate(*mCurrent, valueChange(KeyPath::PositionX, before.x(), position.x()), kZoomTime,
+        "moveX", TimingFunction::easeInEaseOut());
+    animate(*mCurrent, valueChange(KeyPath::PositionY, before.y(), position.y()), kZoomTime,
+        "moveY", TimingFunction::easeInEaseOut());
     mCurrent->setPosition(position);
     startFrames();
 }

@@ -42,6 +42,12 @@ struct ValueChange {
     float to;
 };
 
+/// The same from numbers of double precision.
+constexpr ValueChange valueChange(KeyPath keyPath, double from, double to)
+{
+    return { keyPath, static_cast<float>(from), static_cast<float>(to) };
+}
+
 /// How a layer passes from what it showed last to what it shows from now on.
 enum class TransitionKind {
     Fade,

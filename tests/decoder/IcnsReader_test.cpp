@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Bytes.h"
+#include "IconBytes.h"
 #include "Readers.h"
-
-#include <QBuffer>
 
 #include <gtest/gtest.h>
 
@@ -14,17 +13,7 @@ using testing::big;
 using testing::bytes;
 using testing::decoded;
 using testing::formatNameOf;
-
-QByteArray pngOf(int side, QColor colour)
-{
-    QImage image(side, side, QImage::Format_ARGB32);
-    image.fill(colour);
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return png;
-}
+using testing::pngOf;
 
 ErrorKind errorOf(const QByteArray& file)
 {
