@@ -2,6 +2,7 @@
 #include "display/SVLayerView.h"
 
 #include "images/CGRectUtils.h"
+#include "images/PointerImage.h"
 #include "images/SVImage.h"
 #include "images/SVImageCache.h"
 #include "layers/Drawing.h"
@@ -25,6 +26,9 @@ constexpr std::chrono::seconds kLoadLimit { 25 };
 /// Device pixels up to which a picture is decoded. Beyond it, a long strip that fills the screen by
 /// its shorter side, it is enlarged as it is painted.
 constexpr double kPixelLimit = 64e6;
+
+/// Above what most transitions give their pictures.
+constexpr double kPointerZ = 2;
 
 QSize bounded(QSizeF size)
 {
@@ -74,14 +78,17 @@ SVLayerView::SVLayerView(const UserDefaults& defaults, Clock& clock, QWidget* pa
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
     setAccessibleName(tr("Slide"));
-    for (Layer* const layer : { mCurrent, mPrevious }) {
+    for (Layer* const layer : { mCurrent, mPrevious, &mPointer }) {
         layer->setDelegate(this);
         mRoot.addSublayer(*layer);
     }
+    mPointer.setZPosition(kPointerZ);
+    mPointer.setForemost(true); // Some transitions lift a picture higher.
+    mPointer.setOpacity(0);
     mRoot.setFrame(QRectF(rect()));
 }
 
-SVLayerView::~SVLayerView() = default;
+SVLayerView::~SVLayerView() { showMouse(); }
 
 void SVLayerView::clearImage()
 {
@@ -217,6 +224,12 @@ void SVLayerView::resizeEvent(QResizeEvent* event)
 
 void SVLayerView::displayLayer(Layer& layer)
 {
+    if (&layer == &mPointer) {
+        if (mPointerImage)
+            layer.setContents(
+                mPointerImage->imageOfSize((layer.boundsSize() * devicePixelRatioF()).toSize()));
+        return;
+    }
     const auto& image = &layer == mCurrent ? mImage : mImageBefore;
     if (!image)
         return;

@@ -14,11 +14,15 @@
 
 namespace quorvane {
 
+class PointerImage;
 class SVImage;
 class UserDefaults;
 
 /// Two picture layers on black: the slide now shown and the one shown before it. A new slide always
-/// goes into a fresh current layer, while the old one becomes the previous layer.
+/// goes into a fresh current layer, while the old one becomes the previous layer. In front of both,
+/// while a mouse button is held, a large pointer in place of the system's; its picture is the
+/// setting "cursor", and the wheel makes it smaller and larger. A zoomed picture is moved by the
+/// mouse with Ctrl held.
 ///
 /// A picture comes on screen when it is decoded and scaled to the device pixels that it covers;
 /// until then what was there stays. How it comes is the setting "transition". Nothing is drawn
@@ -87,15 +91,41 @@ public:
     void transitionAllFrom(Layer& f, Layer& t); ///< One after the other, over all views.
     void transitionTestFrom(Layer& f, Layer& t); ///< Where a new one is tried out.
 
+    /// Fetches the picture of the pointer that the setting names; none for an unknown name.
+    void updateCursor();
+
+    /// What the pointer covers, from its lower left corner on: whole points.
+    QRectF cursorRect() const;
+
+    /// Shows the pointer's tip where the mouse was last.
+    void positionCursor();
+
+    /// Hides the system's pointer, and shows it again: each at most once, whoever asks.
+    static void hideMouse();
+    static void showMouse();
+
+    /// Asks the delegate to hold the slide back.
+    void delaySlideShow();
+
     const Layer& mBackgroundLayer() const { return mRoot; }
     const Layer& mCurrentLayer() const { return *mCurrent; }
     const Layer& mPreviousLayer() const { return *mPrevious; }
     const std::shared_ptr<SVImage>& mCurrentImage() const { return mImage; }
     const std::shared_ptr<SVImage>& mPreviousImage() const { return mImageBefore; }
+    const Layer& mCursorLayer() const { return mPointer; }
+    const std::shared_ptr<const PointerImage>& mCursorImage() const { return mPointerImage; }
+    void setMCursorImage(std::shared_ptr<const PointerImage> image);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
     /// A picture that was asked for.
@@ -126,7 +156,15 @@ private:
     void moveToPosition(QPointF position);
     void prepareZoom();
 
+    bool pans(const QMouseEvent& event) const;
+    void takePoint(const QMouseEvent& event);
+    void mouseDragged(const QMouseEvent& event);
+    void resizeCursor();
+    void redrawCursor();
+    void putCursorAway();
+
     void prepareModPattern();
+    void redraw(const QRegion& region);
     void startFrames();
     void drawFirstFrame();
     void drawFrame();
@@ -150,6 +188,13 @@ private:
     Layer* mPrevious = &mLayers[1];
     std::shared_ptr<SVImage> mImage; ///< Shown in mCurrent.
     std::shared_ptr<SVImage> mImageBefore; ///< Shown in mPrevious.
+
+    Layer mPointer;
+    std::shared_ptr<const PointerImage> mPointerImage; ///< Shown in mPointer.
+    double mCursorZoom = 1; ///< Share of the picture's own size.
+    QPointF mCursorPoint; ///< Where the mouse was last; points of the view, y up.
+    QPointF mDragPoint; ///< The same, y down.
+    QRect mPointerDrawn; ///< What the pointer covered last; points, y down.
 
     bool mImageOK = false;
     bool mZoom = false; ///< The current picture is zoomed.

@@ -25,6 +25,9 @@ Duration frameTime(const QScreen* screen)
 
 double SVLayerView::seconds() const { return secondsFromDuration(mClock.now().time_since_epoch()); }
 
+/// What has changed outside of all animations.
+void SVLayerView::redraw(const QRegion& region) { update(region); }
+
 /// From the next turn on, so that all that belongs to one change begins together.
 void SVLayerView::startFrames()
 {

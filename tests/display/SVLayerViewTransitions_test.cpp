@@ -526,7 +526,9 @@ TEST_F(Transitions, PushIsThereForWhoAsksForIt)
 
     EXPECT_EQ(view.mCurrentLayer().animationForKey("transition")->duration, 1);
     EXPECT_EQ(view.mPreviousLayer().opacity(), 0);
-    EXPECT_EQ(view.mBackgroundLayer().sublayers().back(), &view.mCurrentLayer());
+    const std::vector<Layer*> inOrder { const_cast<Layer*>(&view.mPreviousLayer()),
+        const_cast<Layer*>(&view.mCurrentLayer()), const_cast<Layer*>(&view.mCursorLayer()) };
+    EXPECT_EQ(view.mBackgroundLayer().sublayers(), inOrder);
 }
 
 TEST_F(Transitions, DriftIsNone)

@@ -107,14 +107,15 @@ struct SVLayerViewTest : testing::Test {
     QRgb centre() { return screen().pixel(view.width() / 2, view.height() / 2); }
 };
 
-TEST_F(SVLayerViewTest, HasTheCurrentLayerFirstAndThePreviousOneAboveIt)
+TEST_F(SVLayerViewTest, HasTheCurrentLayerFirstThenThePreviousOneThenThePointer)
 {
     const Layers layers = view.mBackgroundLayer().sublayers();
 
-    ASSERT_EQ(layers.size(), 2U);
+    ASSERT_EQ(layers.size(), 3U);
     EXPECT_EQ(layers[0], &view.mCurrentLayer());
     EXPECT_EQ(layers[1], &view.mPreviousLayer());
-    for (const Layer* layer : layers) {
+    EXPECT_EQ(layers[2], &view.mCursorLayer());
+    for (const Layer* layer : { layers[0], layers[1] }) {
         EXPECT_EQ(layer->opacity(), 1);
         EXPECT_EQ(layer->zPosition(), 0);
         EXPECT_EQ(layer->anchorPoint(), QPointF(0.5, 0.5));

@@ -105,6 +105,18 @@ void Screen::moveMouse(QPoint where)
     XSync(mDisplay, False);
 }
 
+void Screen::holdKey(KeySymbol symbol, bool isDown)
+{
+    XTestFakeKeyEvent(mDisplay, XKeysymToKeycode(mDisplay, symbol), isDown, CurrentTime);
+    XSync(mDisplay, False);
+}
+
+void Screen::holdButton(unsigned button, bool isDown)
+{
+    XTestFakeButtonEvent(mDisplay, button, isDown, CurrentTime);
+    XSync(mDisplay, False);
+}
+
 pid_t Screen::focusedProcess()
 {
     Window window = 0;

@@ -33,6 +33,8 @@ public:
     void setRootProperty(const char* name, const QByteArray& bytes);
 
     void moveMouse(QPoint where);
+    void holdKey(KeySymbol symbol, bool isDown);
+    void holdButton(unsigned button, bool isDown);
     pid_t focusedProcess();
     std::vector<QRect> windowsOf(pid_t process);
 

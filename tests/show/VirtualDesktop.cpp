@@ -181,6 +181,13 @@ void VirtualDesktop::publishProfile(const QByteArray& profile)
 
 void VirtualDesktop::moveMouse(QPoint where) { mScreen->moveMouse(where); }
 
+void VirtualDesktop::holdKey(KeySymbol symbol, bool isDown) { mScreen->holdKey(symbol, isDown); }
+
+void VirtualDesktop::holdButton(unsigned button, bool isDown)
+{
+    mScreen->holdButton(button, isDown);
+}
+
 pid_t VirtualDesktop::focusedProcess() { return mScreen->focusedProcess(); }
 
 std::vector<QRect> VirtualDesktop::windowsOf(pid_t process) { return mScreen->windowsOf(process); }

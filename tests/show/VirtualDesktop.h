@@ -81,6 +81,13 @@ public:
 
     void moveMouse(QPoint where);
 
+    /// Presses a key and lets it be, or releases it.
+    void holdKey(KeySymbol symbol, bool isDown);
+
+    /// Presses or releases a button of the mouse. \param button  Button1 is the left one; 4 and 5
+    /// are the wheel, away from the hand and towards it.
+    void holdButton(unsigned button, bool isDown);
+
     /// Publishes the ICC profile of the one monitor, as a desktop does.
     void publishProfile(const QByteArray& profile);
 
