@@ -19,6 +19,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
+using quorvane::choosePaintingBase;
 using quorvane::SlideController;
 using quorvane::SVLayerView;
 using quorvane::SystemClock;
@@ -65,8 +66,9 @@ int run(QApplication& application, const std::vector<QByteArray>& paths)
         qWarning("There is no home folder: settings are not kept.");
     UserDefaults defaults(settings);
     SystemClock clock;
-    SlideController controller(
-        defaults, clock, [&] { return std::make_unique<SVLayerView>(defaults, clock); });
+    SlideController controller(defaults, clock, [&] {
+        return std::make_unique<SVLayerView>(defaults, clock, choosePaintingBase(defaults));
+    });
     QObject::connect(&controller, &SlideController::nothingLeft, &application,
         &QCoreApplication::quit, Qt::QueuedConnection);
     QObject::connect(&application, &QGuiApplication::applicationStateChanged, &controller,

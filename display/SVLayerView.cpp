@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "display/SVLayerView.h"
 
+#include "display/OpenGLCanvas.h"
 #include "images/CGRectUtils.h"
 #include "images/PointerImage.h"
 #include "images/SVImage.h"
@@ -9,9 +10,6 @@
 #include "platform/Assertion.h"
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
-
-#include <QPaintEvent>
-#include <QPainter>
 
 #include <cmath>
 
@@ -70,7 +68,8 @@ Placement placementIn(const QWidget& view, const UserDefaults& defaults)
 
 } // namespace
 
-SVLayerView::SVLayerView(const UserDefaults& defaults, Clock& clock, QWidget* parent)
+SVLayerView::SVLayerView(
+    const UserDefaults& defaults, Clock& clock, PaintingBase base, QWidget* parent)
     : QWidget(parent)
     , mDefaults(defaults)
     , mClock(clock)
@@ -86,6 +85,8 @@ SVLayerView::SVLayerView(const UserDefaults& defaults, Clock& clock, QWidget* pa
     mPointer.setForemost(true); // Some transitions lift a picture higher.
     mPointer.setOpacity(0);
     mRoot.setFrame(QRectF(rect()));
+    if (base == PaintingBase::OpenGL)
+        useOpenGL();
 }
 
 SVLayerView::~SVLayerView() { showMouse(); }
@@ -104,7 +105,7 @@ void SVLayerView::clearImage()
         layer->setNeedsDisplay();
     }
     mTransitionInProgress = false;
-    update();
+    redraw();
 }
 
 void SVLayerView::updateFitMode()
@@ -112,7 +113,7 @@ void SVLayerView::updateFitMode()
     mCurrent->setFrame(rectForImage(mImage.get()));
     mCurrent->setNeedsDisplay();
     prepareCurrentImage();
-    update();
+    redraw();
 }
 
 void SVLayerView::setImageWithURL(const FileURL& url, bool forward)
@@ -165,7 +166,7 @@ void SVLayerView::setImage(const std::shared_ptr<SVImage>& image, bool forward)
         cutFrom(*mPrevious, *mCurrent);
     prepareModPattern();
     prepareCurrentImage();
-    update();
+    redraw();
 }
 
 void SVLayerView::refresh()
@@ -204,21 +205,12 @@ QRectF SVLayerView::rectForLayer(const Layer& layer) const
     Assertion::fail("Unhandled layer in rectForLayer", "SVLayerView", 200);
 }
 
-void SVLayerView::paintEvent(QPaintEvent* event)
-{
-    mRoot.displayIfNeeded();
-    QPainter painter(this);
-    painter.fillRect(event->rect(), Qt::black);
-    const double pixelRatio = devicePixelRatioF();
-    painter.scale(1 / pixelRatio, 1 / pixelRatio);
-    paint(painter, drawList(mRoot, mFrameTime), size(), pixelRatio);
-    mAnimator.commit(mFrameTime);
-}
-
 void SVLayerView::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
     mRoot.setFrame(QRectF(rect()));
+    if (mCanvas)
+        mCanvas->setGeometry(rect());
     updateFitMode();
 }
 
@@ -270,7 +262,7 @@ void SVLayerView::prepareCurrentImage()
             if (!mZoom && !mTransitionInProgress)
                 resetLayer(*mCurrent); // The file may hold another picture by now.
             mCurrent->setNeedsDisplay();
-            update();
+            redraw();
             prepareCurrentImage(); // The size may have changed again meanwhile.
         }));
 }

@@ -2,6 +2,7 @@
 // The view that shows the slides.
 #pragma once
 
+#include "display/PaintingBase.h"
 #include "display/SVImageDisplay.h"
 #include "layers/Layer.h"
 #include "layers/LayerAnimator.h"
@@ -14,6 +15,7 @@
 
 namespace quorvane {
 
+class OpenGLCanvas;
 class PointerImage;
 class SVImage;
 class UserDefaults;
@@ -35,7 +37,9 @@ class SVLayerView : public QWidget,
 
 public:
     /// \param defaults, clock  must outlive the view.
-    SVLayerView(const UserDefaults& defaults, Clock& clock, QWidget* parent = nullptr);
+    /// \param base  OpenGL gives way to the raster base when it fails.
+    SVLayerView(const UserDefaults& defaults, Clock& clock,
+        PaintingBase base = PaintingBase::Raster, QWidget* parent = nullptr);
     ~SVLayerView() override;
 
     void setDelegate(SVImageDisplayDelegate* delegate) override { mDelegate = delegate; }
@@ -53,6 +57,11 @@ public:
     bool isLoading() const override { return mLoad.has_value(); }
     void readAhead(const FileURL& url) override;
     QWidget* widget() override { return this; }
+
+    PaintingBase paintingBase() const;
+
+    /// Goes on without OpenGL; nothing on screen changes.
+    void fallBackToRaster();
 
     /// Where a picture is placed by the setting "ImageFitMode", in points of the view, y up; the
     /// zero rectangle without a picture, unless it is to be stretched.
@@ -164,7 +173,10 @@ private:
     void putCursorAway();
 
     void prepareModPattern();
+    void useOpenGL();
+    void paintMoment(QPainter& painter);
     void redraw(const QRegion& region);
+    void redraw() { redraw(rect()); }
     void startFrames();
     void drawFirstFrame();
     void drawFrame();
@@ -181,6 +193,7 @@ private:
     Clock& mClock;
     SVImageDisplayDelegate* mDelegate = nullptr;
 
+    OpenGLCanvas* mCanvas = nullptr; ///< A child that paints in our place; null on the raster base.
     Layer mRoot;
     LayerAnimator mAnimator { mRoot };
     Layer mLayers[2]; ///< The current and the previous one, in turns.

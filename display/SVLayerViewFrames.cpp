@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The moments that are drawn while something moves.
+#include "display/OpenGLCanvas.h"
 #include "display/SVLayerView.h"
+#include "layers/Drawing.h"
 
+#include <QPaintEvent>
+#include <QPainter>
 #include <QScreen>
 
 #include <algorithm>
@@ -25,8 +29,56 @@ Duration frameTime(const QScreen* screen)
 
 double SVLayerView::seconds() const { return secondsFromDuration(mClock.now().time_since_epoch()); }
 
+PaintingBase SVLayerView::paintingBase() const
+{
+    return mCanvas ? PaintingBase::OpenGL : PaintingBase::Raster;
+}
+
+void SVLayerView::useOpenGL()
+{
+    mCanvas = new OpenGLCanvas([this](QPainter& painter) { paintMoment(painter); }, *this);
+    // Not within its painting, which it fails in.
+    connect(
+        mCanvas, &OpenGLCanvas::failed, this, &SVLayerView::fallBackToRaster, Qt::QueuedConnection);
+}
+
+void SVLayerView::fallBackToRaster()
+{
+    if (!mCanvas)
+        return;
+    qWarning("OpenGL does not work here: the processor paints instead.");
+    mCanvas->hide();
+    mCanvas->deleteLater();
+    mCanvas = nullptr;
+    redraw();
+}
+
+void SVLayerView::paintEvent(QPaintEvent* /*event*/)
+{
+    if (mCanvas)
+        return;
+    QPainter painter(this);
+    paintMoment(painter);
+}
+
+void SVLayerView::paintMoment(QPainter& painter)
+{
+    mRoot.displayIfNeeded();
+    painter.fillRect(rect(), Qt::black);
+    const double pixelRatio = devicePixelRatioF();
+    painter.scale(1 / pixelRatio, 1 / pixelRatio);
+    paint(painter, drawList(mRoot, mFrameTime), size(), pixelRatio);
+    mAnimator.commit(mFrameTime);
+}
+
 /// What has changed outside of all animations.
-void SVLayerView::redraw(const QRegion& region) { update(region); }
+void SVLayerView::redraw(const QRegion& region)
+{
+    if (mCanvas)
+        mCanvas->update();
+    else
+        update(region);
+}
 
 /// From the next turn on, so that all that belongs to one change begins together.
 void SVLayerView::startFrames()
@@ -48,12 +100,15 @@ void SVLayerView::drawFrame()
 {
     mFrameTime = seconds();
     mAnimator.beginFrame(mFrameTime);
-    repaint();
+    if (mCanvas)
+        mCanvas->repaint();
+    else
+        repaint();
     mAnimator.endFrame(mFrameTime);
     if (mAnimator.isActive())
         return;
     mFrames.reset();
-    update(); // What is hidden at the end, and what the model says now.
+    redraw(); // What is hidden at the end, and what the model says now.
 }
 
 } // namespace quorvane

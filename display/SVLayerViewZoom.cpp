@@ -100,7 +100,7 @@ void SVLayerView::panX(double dx, double dy)
     if (size.height() > height())
         position.setY(covering(position.y() - dy, size.height(), height()));
     mCurrent->setPosition(position);
-    update();
+    redraw();
 }
 
 } // namespace quorvane

@@ -32,6 +32,8 @@ constexpr std::array kSorts { kSortName, kSortURL, kSortDate, kSortRandom };
 constexpr std::array kEndModes { kEndModeRewind, kEndModeWait, kEndModeClose };
 constexpr std::array kFitModes { kFitModeFit, kFitModeZoom, kFitModeFill, kFitModeStretch };
 
+constexpr std::array kRenderers { kRendererAutomatic, kRendererRaster, kRendererOpenGL };
+
 constexpr std::array kCatalogue {
     Setting { kSlideInterval, SettingType::Real },
     Setting { kTransition, SettingType::Choice, kTransitions },
@@ -58,6 +60,7 @@ constexpr std::array kCatalogue {
     Setting { kGridWindowRect, SettingType::Text },
     Setting { kIgnoreVersion, SettingType::Text },
     Setting { kNavLastRootDirectory, SettingType::Text },
+    Setting { kRenderer, SettingType::Choice, kRenderers },
 };
 
 } // namespace

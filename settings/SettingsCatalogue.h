@@ -36,6 +36,7 @@ inline constexpr QLatin1String kScreenRect { "SVScreenRectFrameTHING" };
 inline constexpr QLatin1String kGridWindowRect { "SVGridWindowRect" };
 inline constexpr QLatin1String kIgnoreVersion { "IgnoreVersion" };
 inline constexpr QLatin1String kNavLastRootDirectory { "NSNavLastRootDirectory" };
+inline constexpr QLatin1String kRenderer { "renderer" };
 
 // Values of kSort; any other means a random order.
 inline constexpr QLatin1String kSortName { "name" };
@@ -53,6 +54,11 @@ inline constexpr QLatin1String kFitModeFit { "FitModeFit" };
 inline constexpr QLatin1String kFitModeZoom { "FitModeZoom" };
 inline constexpr QLatin1String kFitModeFill { "FitModeFill" };
 inline constexpr QLatin1String kFitModeStretch { "FitModeStretch" };
+
+// Values of kRenderer; any other leaves the choice to the program.
+inline constexpr QLatin1String kRendererAutomatic { "automatic" };
+inline constexpr QLatin1String kRendererRaster { "raster" };
+inline constexpr QLatin1String kRendererOpenGL { "opengl" };
 // clang-format on
 
 enum class SettingType {

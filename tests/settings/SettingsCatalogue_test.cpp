@@ -100,7 +100,8 @@ std::vector<SettingRow> knownSettings()
         { "lastUsedOpenDirectory", SettingType::Text }, { "ImageEditorPath", SettingType::Text },
         { "MovieEditorPath", SettingType::Text }, { "SVScreenRectFrameTHING", SettingType::Text },
         { "SVGridWindowRect", SettingType::Text }, { "IgnoreVersion", SettingType::Text },
-        { "NSNavLastRootDirectory", SettingType::Text } };
+        { "NSNavLastRootDirectory", SettingType::Text },
+        { "renderer", SettingType::Choice, list("automatic,raster,opengl") } };
 }
 
 TEST(SettingsCatalogue, NamesEachSettingOnce)
