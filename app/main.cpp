@@ -5,6 +5,7 @@
 #include "app/Version.h"
 #include "display/SVLayerView.h"
 #include "platform/Decoding.h"
+#include "platform/ReducedMotion.h"
 #include "platform/SystemClock.h"
 #include "platform/UserDefaults.h"
 
@@ -20,6 +21,7 @@ namespace {
 using namespace std::chrono_literals;
 
 using quorvane::choosePaintingBase;
+using quorvane::ReducedMotion;
 using quorvane::SlideController;
 using quorvane::SVLayerView;
 using quorvane::SystemClock;
@@ -66,8 +68,11 @@ int run(QApplication& application, const std::vector<QByteArray>& paths)
         qWarning("There is no home folder: settings are not kept.");
     UserDefaults defaults(settings);
     SystemClock clock;
+    const ReducedMotion motion;
     SlideController controller(defaults, clock, [&] {
-        return std::make_unique<SVLayerView>(defaults, clock, choosePaintingBase(defaults));
+        auto view = std::make_unique<SVLayerView>(defaults, clock, choosePaintingBase(defaults));
+        view->setReducesMotion([&] { return motion.isReduced(); });
+        return view;
     });
     QObject::connect(&controller, &SlideController::nothingLeft, &application,
         &QCoreApplication::quit, Qt::QueuedConnection);

@@ -11,6 +11,7 @@
 
 #include <QWidget>
 
+#include <functional>
 #include <optional>
 
 namespace quorvane {
@@ -57,6 +58,10 @@ public:
     bool isLoading() const override { return mLoad.has_value(); }
     void readAhead(const FileURL& url) override;
     QWidget* widget() override { return this; }
+
+    /// \param reducesMotion  whether a quick fade takes the place of every transition that moves.
+    /// Asked each time.
+    void setReducesMotion(std::function<bool()> reducesMotion);
 
     PaintingBase paintingBase() const;
 
@@ -209,6 +214,7 @@ private:
     QPointF mDragPoint; ///< The same, y down.
     QRect mPointerDrawn; ///< What the pointer covered last; points, y down.
 
+    std::function<bool()> mReducesMotion = [] { return false; };
     bool mImageOK = false;
     bool mZoom = false; ///< The current picture is zoomed.
     bool mTransitionInProgress = false; ///< Something moves, but for the drift.

@@ -59,6 +59,7 @@ void SVLayerView::transitionSwipeFrom(Layer& f, Layer& t)
 void SVLayerView::transitionModFrom(Layer& f, Layer& t)
 {
     put(f, t);
+    setZPositions(f, 0, t, 0); // As in swipe().
     addTransition(f, TransitionKind::Mod, kMod);
     addTransition(t, TransitionKind::Mod, kMod);
     f.setOpacity(0);

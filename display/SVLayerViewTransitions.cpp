@@ -18,15 +18,16 @@ struct TransitionChoice {
     const char* title;
     Way forward;
     Way backward;
+    bool moves = true; ///< Something travels across the screen.
 };
 
 using View = SVLayerView;
 
 constexpr std::array kChoices {
     TransitionChoice {
-        "Cross Fade", &View::transitionCrossFadeFrom, &View::transitionCrossFadeFrom },
+        "Cross Fade", &View::transitionCrossFadeFrom, &View::transitionCrossFadeFrom, false },
     TransitionChoice {
-        "Fast Cross Fade", &View::transitionFastCrossFrom, &View::transitionFastCrossFrom },
+        "Fast Cross Fade", &View::transitionFastCrossFrom, &View::transitionFastCrossFrom, false },
     TransitionChoice {
         "Flip", &View::transitionHorizontalFlipFrom, &View::transitionHorizontalFlipBackFrom },
     TransitionChoice { "Slide", &View::transitionSlideFrom, &View::transitionSlideBackFrom },
@@ -60,6 +61,11 @@ constexpr std::array<Way, 11> kRound {
 
 } // namespace
 
+void SVLayerView::setReducesMotion(std::function<bool()> reducesMotion)
+{
+    mReducesMotion = std::move(reducesMotion);
+}
+
 void SVLayerView::transitionFrom(Layer& f, Layer& t, bool forward)
 {
     const QString title = mDefaults.value(kTransition).toString();
@@ -71,8 +77,12 @@ void SVLayerView::transitionFrom(Layer& f, Layer& t, bool forward)
         [&](const TransitionChoice& row) { return title == QLatin1String(row.title); });
     if (choice == kChoices.end())
         return;
-    const Way way = forward ? choice->forward : choice->backward;
-    (this->*way)(f, t);
+    if (choice->moves && mReducesMotion()) {
+        transitionFastCrossFrom(f, t);
+    } else {
+        const Way way = forward ? choice->forward : choice->backward;
+        (this->*way)(f, t);
+    }
     startFrames();
 }
 

@@ -517,6 +517,30 @@ TEST_F(Transitions, OfAWhiteSlideIntoTheSameStayWhite)
     }
 }
 
+TEST_F(Transitions, ThatMoveBecomeQuickFadesWhereMovementIsUnwelcome)
+{
+    bool isReduced = true;
+    view.setReducesMotion([&] { return isReduced; });
+    for (const char* const title : { "Flip", "Slide", "Rotate Left Right", "Rotate Left", "Shrink",
+             "Expand", "Bar Swipe", "Swipe", "Mod", "All", "Test" }) {
+        begin(title);
+        const auto* const animation = view.mCurrentLayer().animationForKey("transition");
+        ASSERT_TRUE(animation) << title;
+        EXPECT_EQ(std::get<TransitionKind>(animation->change), TransitionKind::Fade) << title;
+        EXPECT_EQ(animation->duration, 0.2) << title;
+        EXPECT_EQ(defaults.stringValue(kTransition), QString::fromLatin1(title));
+        clock.advance(3s);
+    }
+
+    begin("Cross Fade");
+    EXPECT_EQ(view.mCurrentLayer().animationForKey("transition")->duration, 1) << "moves nothing";
+    clock.advance(3s);
+
+    isReduced = false;
+    begin("Slide");
+    EXPECT_TRUE(view.mCurrentLayer().animationForKey("transition2"));
+}
+
 TEST_F(Transitions, PushIsThereForWhoAsksForIt)
 {
     begin("None");
