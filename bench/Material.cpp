@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Material.h"
 
+#include "Photograph.h"
+
 #include <QFile>
 #include <QImage>
-#include <QPainter>
 
 #include <libheif/heif.h>
 #include <webp/encode.h>
 
-#include <cmath>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <random>
 
 namespace quorvane::bench {
 
@@ -27,32 +27,6 @@ void require(bool isDone, const char* what)
         return;
     std::fprintf(stderr, "The benchmark cannot make %s.\n", what);
     std::exit(EXIT_FAILURE);
-}
-
-QImage makePicture(QSize size)
-{
-    QImage image(size, QImage::Format_RGB32);
-    std::minstd_rand random(1);
-    for (int y = 0; y < size.height(); ++y) {
-        auto* const row = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < size.width(); ++x) {
-            const double wave
-                = std::sin(x * 0.002) + std::cos(y * 0.003) + std::sin((x + y) * 0.0007);
-            const int noise = static_cast<int>(random() % 9) - 4;
-            const int light = static_cast<int>(128 + 36 * wave) + noise;
-            row[x] = qRgb(std::clamp(light + 20, 0, 255), std::clamp(light, 0, 255),
-                std::clamp(light - 20 + noise, 0, 255));
-        }
-    }
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    for (int i = 0; i < 400; ++i) { // Leaves, windows, faces: edges of all sizes.
-        painter.setBrush(QColor::fromHsv(static_cast<int>(random() % 360), 120, 200, 160));
-        const int side = static_cast<int>(random() % 300) + 5;
-        painter.drawEllipse(static_cast<int>(random() % unsigned(size.width())),
-            static_cast<int>(random() % unsigned(size.height())), side, side * 2 / 3);
-    }
-    return image;
 }
 
 QByteArray saved(const QImage& image, const QString& path, const char* format, int quality = -1)
@@ -107,8 +81,8 @@ QByteArray savedHeif(const QImage& picture, const QString& path, heif_compressio
 
 Material makeMaterial(const QString& folder)
 {
-    const QImage photograph = makePicture(kPhotograph);
-    const QImage smaller = makePicture(kSmaller);
+    const QImage photograph = makePhotograph(kPhotograph);
+    const QImage smaller = makePhotograph(kSmaller);
     QImage one(1, 1, QImage::Format_RGB32);
     one.fill(Qt::red);
     const auto path

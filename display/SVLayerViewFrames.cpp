@@ -64,10 +64,12 @@ void SVLayerView::paintEvent(QPaintEvent* /*event*/)
 void SVLayerView::paintMoment(QPainter& painter)
 {
     mRoot.displayIfNeeded();
-    painter.fillRect(rect(), Qt::black);
     const double pixelRatio = devicePixelRatioF();
+    const auto draws = drawList(mRoot, mFrameTime);
     painter.scale(1 / pixelRatio, 1 / pixelRatio);
-    paint(painter, drawList(mRoot, mFrameTime), size(), pixelRatio);
+    for (const QRect& part : uncovered(draws, size(), pixelRatio))
+        painter.fillRect(part, Qt::black);
+    paint(painter, draws, size(), pixelRatio);
     mAnimator.commit(mFrameTime);
 }
 

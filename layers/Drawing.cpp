@@ -205,6 +205,23 @@ QRect deviceRect(const QRectF& rect, double viewHeight, double pixelRatio)
     return { left, top, std::max(1, right - left), std::max(1, bottom - top) };
 }
 
+QRegion uncovered(const std::vector<Draw>& draws, const QSizeF& view, double pixelRatio)
+{
+    const DrawPlace place { deviceRect(QRectF(QPointF(), view), view.height(), pixelRatio),
+        view.height(), pixelRatio };
+    QRegion region(place.device);
+    for (auto draw = draws.begin(); draw != draws.end(); ++draw) {
+        const auto next = draw + 1;
+        const bool isWhole = draw->opacity == 1 && draw->composition == Composition::Over
+            && !draw->effect && draw->rotation == 0 && !draw->contents.hasAlphaChannel();
+        if (isWhole)
+            region -= place.targetOf(*draw);
+        else if (next != draws.end() && makeADissolve(*draw, *next))
+            region -= place.targetOf(*draw).intersected(place.targetOf(*next));
+    }
+    return region;
+}
+
 void paint(QPainter& painter, const std::vector<Draw>& draws, const QSizeF& view, double pixelRatio)
 {
     const DrawPlace place { deviceRect(QRectF(QPointF(), view), view.height(), pixelRatio),

@@ -7,6 +7,7 @@
 #include <QImage>
 #include <QPointF>
 #include <QRectF>
+#include <QRegion>
 #include <QSizeF>
 
 #include <optional>
@@ -57,6 +58,9 @@ std::vector<Draw> drawList(const Layer& root, double now);
 /// \param viewHeight  of the root, in points; turns y round.
 /// \param pixelRatio  device pixels a point.
 QRect deviceRect(const QRectF& rect, double viewHeight, double pixelRatio);
+
+/// The part of the device, in its pixels, that `draws` may leave as it was.
+QRegion uncovered(const std::vector<Draw>& draws, const QSizeF& view, double pixelRatio);
 
 /// Paints `draws` with a painter whose coordinates are device pixels, y down. A picture that has
 /// exactly the pixels that it covers, which are those of deviceRect(), is copied as it is.

@@ -45,7 +45,7 @@ public:
         if (!mValid)
             return;
         if (mRepeats)
-            setFireDate(mClock.now() + mInterval);
+            setFireDate(nextMoment());
         else
             invalidate();
         // A copy: the block may destroy this timer.
@@ -60,6 +60,17 @@ public:
     }
 
 private:
+    /// Counts from the moment that was planned, so that being late once does not make all others
+    /// late. Moments that are over are left out.
+    TimePoint nextMoment() const
+    {
+        const TimePoint now = mClock.now();
+        const TimePoint next = std::min(mFireDate, now) + mInterval;
+        if (next > now || mInterval <= Duration::zero())
+            return next;
+        return next + ((now - next) / mInterval + 1) * mInterval;
+    }
+
     void elapsed()
     {
         if (mClock.now() < mFireDate)

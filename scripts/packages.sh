@@ -14,7 +14,7 @@ declare -A packages=(
     # What the viewer loads only when it runs.
     [run]='qt6-qpa-plugins qt6-wayland libqt6svg6 shared-mime-info'
     # To test.
-    [test]='libgtest-dev libgmock-dev xvfb openbox x11-utils dbus libx11-dev libxtst-dev
+    [test]='libgtest-dev libgmock-dev xvfb openbox x11-utils dbus libx11-dev libxdamage-dev libxtst-dev
         fonts-dejavu-core
         imagemagick libjpeg-turbo-progs webp libheif-examples libjxl-tools libopenjp2-tools
         librsvg2-bin libraw-bin ffmpeg'

@@ -618,5 +618,53 @@ TEST(Paint, TurnsOnADenseScreenToo)
     EXPECT_EQ(image.pixel(90, 199 - 140), kGreen);
 }
 
+/// A picture that hides what is behind it.
+Draw opaque(QRectF rect, double opacity = 1)
+{
+    return { .rect = rect,
+        .opacity = opacity,
+        .contents = solid(kRed).convertToFormat(QImage::Format_RGB32) };
+}
+
+TEST(Background, IsNeededWhereNoOpaquePictureStands)
+{
+    const QSizeF view(20, 10);
+    EXPECT_EQ(uncovered({}, view, 1), QRegion(0, 0, 20, 10));
+    EXPECT_EQ(uncovered({ opaque({ 0, 0, 20, 10 }) }, view, 1), QRegion());
+    EXPECT_EQ(uncovered({ opaque({ 5, 0, 15, 4 }) }, view, 2),
+        QRegion(0, 0, 40, 20).subtracted(QRegion(10, 12, 30, 8)));
+}
+
+TEST(Background, IsNeededBehindAllThatLetsItThrough)
+{
+    const QSizeF view(20, 10);
+    const QRegion all(0, 0, 20, 10);
+    const QRectF rect(0, 0, 20, 10);
+
+    EXPECT_EQ(uncovered({ opaque(rect, 0.5) }, view, 1), all);
+
+    Draw turned = opaque(rect);
+    turned.rotation = 0.1;
+    EXPECT_EQ(uncovered({ turned }, view, 1), all);
+
+    Draw veil = opaque(rect);
+    veil.contents = solid(0x80ff0000);
+    EXPECT_EQ(uncovered({ veil }, view, 1), all);
+
+    Draw moving = opaque(rect);
+    moving.effect = Effect { TransitionKind::Swipe, 0.5, false };
+    EXPECT_EQ(uncovered({ moving }, view, 1), all);
+}
+
+TEST(Background, IsNotNeededWhereTwoPicturesDissolveIntoEachOther)
+{
+    Draw before = opaque({ 0, 0, 15, 10 }, 0.25);
+    Draw after = opaque({ 5, 0, 15, 10 }, 0.75);
+    before.composition = after.composition = Composition::Add;
+
+    EXPECT_EQ(uncovered({ before, after }, { 20, 10 }, 1),
+        QRegion(0, 0, 20, 10).subtracted(QRegion(5, 0, 10, 10)));
+}
+
 } // namespace
 } // namespace quorvane

@@ -311,6 +311,20 @@ TEST_F(SystemTimer, BeginsANewIntervalWhenARepeatingOneIsFired)
     EXPECT_EQ(one->fireDate(), clock.now() + 10s);
 }
 
+TEST_F(SystemTimer, ThatRepeatsIsNotMadeLateByHavingBeenLate)
+{
+    const TimePoint start = clock.now();
+    const auto one = timer(16ms, Repetition::Repeating);
+
+    clock.advance(19ms);
+    ASSERT_TRUE(runUntil([this] { return fired == 1; }));
+    EXPECT_EQ(one->fireDate(), start + 32ms);
+
+    clock.advance(16ms * 5); // What nobody had time for is left out.
+    ASSERT_TRUE(runUntil([this] { return fired == 2; }));
+    EXPECT_EQ(one->fireDate(), start + 112ms);
+}
+
 TEST_F(SystemTimer, KnowsItsNextMomentWithinTheBlock)
 {
     TimePoint next;
