@@ -6,12 +6,20 @@
 
 namespace quorvane {
 
+namespace {
+
+/// For each pixel; makes slanting edges smooth.
+constexpr int kSamples = 4;
+
+} // namespace
+
 OpenGLCanvas::OpenGLCanvas(std::function<void(QPainter&)> paint, QWidget& parent)
     : QOpenGLWidget(&parent)
     , mPaint(std::move(paint))
 {
     QSurfaceFormat format = QSurfaceFormat::defaultFormat();
     format.setOption(QSurfaceFormat::ResetNotification); // A lost context is to say so.
+    format.setSamples(kSamples);
     setFormat(format);
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setMouseTracking(true);

@@ -90,6 +90,7 @@ void paintTurned(QPainter& painter, const Draw& draw, double viewHeight, double 
     painter.translate(pivot.x(), viewHeight * pixelRatio - pivot.y());
     painter.rotate(-qRadiansToDegrees(draw.rotation));
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.setRenderHint(QPainter::Antialiasing); // Slanting edges would be stairs that crawl.
     painter.drawImage(
         QRectF(rect.x() - pivot.x(), pivot.y() - rect.bottom(), rect.width(), rect.height()),
         draw.contents);

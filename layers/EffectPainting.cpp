@@ -30,10 +30,20 @@ void paintPart(QPainter& painter, const QImage& contents, const QRect& target, c
         return;
     const double across = static_cast<double>(contents.width()) / target.width();
     const double down = static_cast<double>(contents.height()) / target.height();
-    const QRectF source((part.x() - target.x()) * across, (part.y() - target.y()) * down,
-        part.width() * across, part.height() * down);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, contents.size() != target.size());
-    painter.drawImage(QRectF(part.translated(shift)), contents, source);
+    const bool isScaled = contents.size() != target.size();
+    // A painter smooths within what it is given: without a margin of a pixel of the picture, parts
+    // that touch would show their seams.
+    const int margin
+        = isScaled ? static_cast<int>(std::ceil(std::max(1 / across, 1 / down))) + 1 : 0;
+    const QRect wide = part.adjusted(-margin, -margin, margin, margin).intersected(target);
+    const QRectF source((wide.x() - target.x()) * across, (wide.y() - target.y()) * down,
+        wide.width() * across, wide.height() * down);
+    painter.save();
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, isScaled);
+    if (isScaled)
+        painter.setClipRect(part.translated(shift), Qt::IntersectClip);
+    painter.drawImage(QRectF(wide.translated(shift)), contents, source);
+    painter.restore();
 }
 
 /// A part of the picture with its own memory, as large as `part` on the device.

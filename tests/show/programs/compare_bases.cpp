@@ -26,7 +26,7 @@ constexpr QSize kView { 480, 270 };
 constexpr int kTolerance = 3;
 
 /// The share of the pixels that may differ more: where OpenGL draws a slanting edge otherwise.
-constexpr double kEdges = 0.002;
+constexpr double kEdges = 0.01;
 
 struct Transition {
     const char* title;
