@@ -2,29 +2,35 @@
 // The controller's life, the start of a show, and the windows around it.
 #include "app/SlideController.h"
 
+#include "app/ControlPanel.h"
 #include "app/Help.h"
+#include "app/Menus.h"
 #include "app/OpenPanel.h"
+#include "app/ScreenChooser.h"
+#include "app/SlideLabel.h"
 #include "app/SlideWindow.h"
 #include "images/SVImageCache.h"
-#include "platform/Decoding.h"
 #include "platform/MainQueue.h"
-#include "platform/MonitorProfile.h"
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
 
 #include <QGuiApplication>
+#include <QMenuBar>
 #include <QStandardPaths>
 
 namespace quorvane {
 
-SlideController::SlideController(UserDefaults& defaults, Clock& clock, MakeDisplay makeDisplay)
+SlideController::SlideController(
+    UserDefaults& defaults, Clock& clock, MakeDisplay makeDisplay, DesktopServices desktop)
     : mDefaults(defaults)
     , mClock(clock)
     , mMakeDisplay(std::move(makeDisplay))
+    , mDesktop(std::move(desktop))
     , mSequence(defaults)
     , mCurrentScreen(QGuiApplication::primaryScreen())
 {
     mSequence.setDelegate(this);
+    mMenus = std::make_unique<Menus>(*this);
 }
 
 SlideController::~SlideController()
@@ -41,6 +47,8 @@ void SlideController::awakeFromNib()
     registerDefaultSettings(mDefaults);
     mLastSlideTime = mDefaults.floatValue(kSlideInterval);
     mIntervalObservation = mDefaults.observe(kSlideInterval, [this] { slideIntervalChanged(); });
+    restoreScreen();
+    watchScreens();
 }
 
 void SlideController::openFiles(const std::vector<QByteArray>& paths)
@@ -180,11 +188,15 @@ void SlideController::showEnded()
 {
     if (mOpenings > 0 || isEnding() || mSequence.count() > 0 || mWindow || mOpenPanel)
         return; // Another show is on its way.
-    const bool greets = !mDefaults.hasValue(kShowWelcome) || mDefaults.boolValue(kShowWelcome);
-    if (greets && !mQuitsAfterShow)
+    updateControls();
+    if (isShowingControls())
+        return;
+    if (mQuitsAfterShow)
+        Q_EMIT nothingLeft();
+    else if (!mDefaults.hasValue(kShowWelcome) || mDefaults.boolValue(kShowWelcome))
         ShowWelcomeScreen();
     else
-        Q_EMIT nothingLeft();
+        ShowControls(); // Else the program would be there, and nobody could see it.
 }
 
 void SlideController::ShowWelcomeScreen()
@@ -192,15 +204,22 @@ void SlideController::ShowWelcomeScreen()
     if (!mWelcomeController) {
         mWelcomeController = std::make_unique<WelcomeController>();
         mWelcomeController->setDelegate(this);
+        mWelcomeController->setMenuBar(mMenus->makeMenuBar(*mWelcomeController));
     }
     mWelcomeController->showWindow();
 }
 
 void SlideController::openSelected() { openMenu(); }
 
+bool SlideController::isAnyWindowOpen() const
+{
+    return mWindow || isShowingControls()
+        || (mWelcomeController && mWelcomeController->isVisible());
+}
+
 void SlideController::welcomeClosedByHand()
 {
-    if (mWindow || mOpenings > 0)
+    if (isAnyWindowOpen() || mOpenings > 0)
         return;
     if (mOpenPanel)
         mQuitsAfterShow = true; // Unless something is chosen.
@@ -218,7 +237,7 @@ void SlideController::openMenu()
         mOpenPanel = nullptr;
         if (!choice.urls.empty())
             chosen(choice);
-        else if (!mWelcomeController || !mWelcomeController->isVisible())
+        else if (!isAnyWindowOpen())
             showEnded(); // The panel may have been the last window.
     });
     mOpenPanel->begin(mWindow.get(), done);
@@ -233,38 +252,6 @@ void SlideController::chosen(const OpenPanelChoice& choice)
 }
 
 void SlideController::showHelp() { openUserGuide(); }
-
-void SlideController::goFullScreen(QScreen* screen)
-{
-    if (!mWindow) {
-        mWindow = std::make_unique<SlideWindow>();
-        mView = mMakeDisplay();
-        mView->setDelegate(this);
-        mWindow->setDisplay(mView->widget());
-        mWindow->setKeyHandler(
-            [this](const QString& characters, int key) { return keyDown(characters, key); });
-        connect(mWindow.get(), &SlideWindow::closedByHand, this, [this] { windowClosedByHand(); });
-        addCommands(*mWindow);
-    }
-    setDecodingTarget(screen ? monitorProfile(*screen) : QByteArray());
-    mWindow->cover(screen);
-}
-
-void SlideController::exitFullScreen()
-{
-    if (!mWindow)
-        return;
-    if (OpenPanel* const panel = mOpenPanel.data()) {
-        // The person is still choosing what to show next.
-        panel->setParent(nullptr, panel->windowFlags());
-        panel->show();
-    }
-    mView->setDelegate(nullptr);
-    mWindow->hide();
-    // Later, and the display as the window's child: one of the two may be calling.
-    static_cast<void>(mView.release());
-    mWindow.release()->deleteLater();
-}
 
 void SlideController::windowClosedByHand()
 {

@@ -2,6 +2,7 @@
 // The one controller of everything.
 #pragma once
 
+#include "app/DesktopServices.h"
 #include "display/SVImageDisplay.h"
 #include "platform/Clock.h"
 #include "platform/DispatchQueue.h"
@@ -21,8 +22,13 @@
 
 namespace quorvane {
 
+class ControlPanel;
+class Menus;
+struct MenuItemState;
 class OpenPanel;
 struct OpenPanelChoice;
+class ScreenChooser;
+class SlideLabel;
 class SlideWindow;
 class UserDefaults;
 
@@ -46,7 +52,8 @@ public:
 
     /// \param defaults, clock  must outlive the controller.
     /// \param makeDisplay      called once for each window of a show.
-    SlideController(UserDefaults& defaults, Clock& clock, MakeDisplay makeDisplay);
+    SlideController(UserDefaults& defaults, Clock& clock, MakeDisplay makeDisplay,
+        DesktopServices desktop = {});
     ~SlideController() override;
 
     // The life of the application.
@@ -93,6 +100,22 @@ public:
     /// A key that no command answers. \return whether it was used up.
     bool keyDown(const QString& characters, int key);
 
+    /// How the item of a command looks now. \param command  the name of one of the slots below.
+    MenuItemState validateMenuItem(QLatin1String command) const;
+
+    /// The setting "sort" has another value.
+    void sortOrderChanged();
+
+    // Screens.
+
+    /// The window stands in a frame.
+    bool mWindowModeOn() const { return mWindowMode; }
+    QScreen* mCurrentScreenInUse() const { return mCurrentScreen; }
+
+    /// Keeps the display awake, and lets it sleep.
+    void windowDidBecomeKey() { mDesktop.keepAwake(true); }
+    void windowDidResignKey() { mDesktop.keepAwake(false); }
+
     // From the delegates' protocols.
 
     void firstFileFound() override; ///< Thread: any.
@@ -119,6 +142,17 @@ public Q_SLOTS:
     void ZoomIn();
     void ZoomOne();
     void ZoomOff();
+    void CopyFilePath();
+    void ShowFilePath();
+    void ShowFileName();
+    void trashSlide();
+    void openSlide();
+    void shuffle();
+    void ShowControls();
+    void WindowMode();
+    void FullScreen();
+    void ShowChooseScreen();
+    void ChangeScreen();
     void openMenu();
     void ShowHintScreen();
     void ShowWelcomeScreen();
@@ -156,20 +190,42 @@ private:
     void slideIntervalChanged();
     void setFitMode(QLatin1String mode);
 
+    // Commands.
+    MenuItemState validateCheckMark(QLatin1String command) const;
+    bool isShowingControls() const;
+    bool isAnyWindowOpen() const;
+    void makeControls();
+    void updateControls();
+    void trashed(const FileURL& url, const std::optional<FileURL>& successor);
+    void toggleLabel(QLatin1String setting, QLatin1String other);
+    void updateInfoDisplayForURL(const std::optional<FileURL>& url);
+
     // Screens.
+    void makeWindow();
     void goFullScreen(QScreen* screen);
     void exitFullScreen();
     void windowClosedByHand();
-    void addCommands(SlideWindow& window) const;
+    void watchScreens();
+    void watchScreen(QScreen* screen);
+    void screenRemoved(QScreen* screen);
+    void coverScreenAnew();
+    void saveScreen();
+    void restoreScreen();
 
     UserDefaults& mDefaults;
     Clock& mClock;
     const MakeDisplay mMakeDisplay;
+    const DesktopServices mDesktop;
     FileSequence mSequence;
+    std::unique_ptr<Menus> mMenus;
 
     std::unique_ptr<SlideWindow> mWindow; ///< Null while no show is on screen.
     std::unique_ptr<SVImageDisplay> mView; ///< In mWindow, and as long as it.
+    QPointer<SlideLabel> mLabel; ///< Over mView; made when first needed.
+    bool mWindowMode = false; ///< mWindow stands in a frame.
     QPointer<QScreen> mCurrentScreen; ///< The screen that the show uses.
+    std::unique_ptr<ScreenChooser> mChooseScreenWindow; ///< Made when first needed.
+    std::unique_ptr<ControlPanel> mControlWindow; ///< Made when first needed.
     std::unique_ptr<WelcomeController> mWelcomeController; ///< Made when first needed.
     QPointer<OpenPanel> mOpenPanel; ///< While it is open; owns itself, or belongs to mWindow.
 

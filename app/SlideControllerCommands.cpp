@@ -1,80 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The commands that a hand can give, and their keys.
 #include "app/SlideController.h"
-#include "app/SlideWindow.h"
+#include "platform/MainQueue.h"
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
 
-#include <QAction>
-#include <QCoreApplication>
-#include <QKeySequence>
-
-#include <array>
+#include <QClipboard>
+#include <QFile>
+#include <QGuiApplication>
 
 namespace quorvane {
-
-namespace {
-
-/// A command with the keys that give it. They act before any key reaches the controller as such.
-struct Command {
-    const char* title; ///< Source text for tr().
-    void (SlideController::*action)();
-    std::array<const char*, 2> keys; ///< Portable names; the second may be null.
-};
-
-constexpr std::array kCommands {
-    Command {
-        QT_TRANSLATE_NOOP("Commands", "Next"), &SlideController::nextSlide, { "Right", "PgDown" } },
-    Command { QT_TRANSLATE_NOOP("Commands", "Previous"), &SlideController::previousSlide,
-        { "Left", "PgUp" } },
-    Command {
-        QT_TRANSLATE_NOOP("Commands", "First"), &SlideController::firstSlide, { "Home", nullptr } },
-    Command { QT_TRANSLATE_NOOP("Commands", "End Show"), &SlideController::cancel,
-        { "Escape", nullptr } },
-    Command { QT_TRANSLATE_NOOP("Commands", "Shrink to Fit"), &SlideController::ShrinkToFit,
-        { "Ctrl+2", nullptr } },
-    Command { QT_TRANSLATE_NOOP("Commands", "Zoom to Fit"), &SlideController::ZoomToFit,
-        { "Ctrl+3", nullptr } },
-    Command { QT_TRANSLATE_NOOP("Commands", "Fill Screen"), &SlideController::FillScreen,
-        { "Ctrl+4", nullptr } },
-    Command { QT_TRANSLATE_NOOP("Commands", "Stretch"), &SlideController::Stretch,
-        { "Ctrl+5", nullptr } },
-    Command { QT_TRANSLATE_NOOP("Commands", "Zoom In"), &SlideController::ZoomIn,
-        { "Ctrl++", "Ctrl+=" } },
-    Command { QT_TRANSLATE_NOOP("Commands", "Actual Size"), &SlideController::ZoomOne,
-        { "Ctrl+1", nullptr } },
-    Command { QT_TRANSLATE_NOOP("Commands", "Zoom Off"), &SlideController::ZoomOff,
-        { "Ctrl+0", nullptr } },
-    Command {
-        QT_TRANSLATE_NOOP("Commands", "Open…"), &SlideController::openMenu, { "Ctrl+O", nullptr } },
-    Command { QT_TRANSLATE_NOOP("Commands", "User Guide"), &SlideController::showHelp,
-        { "F1", nullptr } },
-    Command {
-        QT_TRANSLATE_NOOP("Commands", "Quit"), &SlideController::quit, { "Ctrl+Q", nullptr } },
-};
-
-QList<QKeySequence> sequencesOf(const Command& command)
-{
-    QList<QKeySequence> sequences;
-    for (const char* const key : command.keys) {
-        if (key)
-            sequences << QKeySequence(QLatin1String(key), QKeySequence::PortableText);
-    }
-    return sequences;
-}
-
-} // namespace
-
-void SlideController::addCommands(SlideWindow& window) const
-{
-    for (const Command& command : kCommands) {
-        auto* const action
-            = new QAction(QCoreApplication::translate("Commands", command.title), &window);
-        action->setShortcuts(sequencesOf(command));
-        connect(action, &QAction::triggered, this, command.action);
-        window.addAction(action);
-    }
-}
 
 void SlideController::cancel() { endSlideShow(); }
 
@@ -114,6 +49,60 @@ void SlideController::setFitMode(QLatin1String mode)
     mDefaults.setValue(kImageFitMode, QString(mode));
     if (mView)
         mView->updateFitMode();
+}
+
+void SlideController::CopyFilePath()
+{
+    const auto current = mSequence.current();
+    if (!current || current->path().isEmpty())
+        return;
+    QGuiApplication::clipboard()->setText(QFile::decodeName(current->path()));
+}
+
+void SlideController::trashSlide()
+{
+    const auto current = mSequence.current();
+    if (!current)
+        return;
+    // A disk may take its time.
+    auto done = mLifeGuard.wrap([this, url = *current](const std::optional<FileURL>& successor) {
+        trashed(url, successor);
+    });
+    mDispatchQueue.async([this, url = *current, done = std::move(done)]() mutable {
+        auto successor = mSequence.trash(url);
+        MainQueue::async([done = std::move(done), successor = std::move(successor)]() mutable {
+            done(successor);
+        });
+    });
+}
+
+void SlideController::trashed(const FileURL& url, const std::optional<FileURL>& successor)
+{
+    if (mShownURL != url || isEnding())
+        return; // The person has gone on meanwhile.
+    if (successor)
+        openImageURL(*successor, true);
+    else if (mSequence.count() == 0 && mOpenings == 0)
+        endSlideShow(); // That was the last one.
+}
+
+void SlideController::openSlide()
+{
+    const auto current = mSequence.current();
+    if (current)
+        mDesktop.openFile(*current, mDefaults.stringValue(kImageEditorPath).toUtf8());
+}
+
+void SlideController::shuffle()
+{
+    mSequence.shuffle();
+    firstSlide();
+}
+
+void SlideController::sortOrderChanged()
+{
+    mSequence.sort();
+    firstSlide();
 }
 
 } // namespace quorvane

@@ -165,9 +165,10 @@ bool SlideController::isBusy() const
 void SlideController::openImageURL(const FileURL& url, bool forward)
 {
     mShowsHints = url == hintScreen();
-    mShownURL = url;
     if (!mWindow || !mWindow->isVisible())
         goFullScreen(mCurrentScreen);
+    updateInfoDisplayForURL(mShowsHints ? std::nullopt : std::optional(url));
+    mShownURL = url;
     mWindow->hideMouseUntilItMoves();
     mLoadBegan = mClock.now();
     mView->setImageWithURL(url, forward);

@@ -2,7 +2,12 @@
 #include "app/SlideWindow.h"
 
 #include <QCloseEvent>
+#include <QContextMenuEvent>
+#include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMenuBar>
+#include <QPaintEvent>
+#include <QPainter>
 
 namespace quorvane {
 
@@ -35,13 +40,10 @@ bool isModifier(int key)
 } // namespace
 
 SlideWindow::SlideWindow()
-    : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)
+    : QWidget(nullptr, Qt::Window)
 {
     setWindowTitle(tr("Quorvane"));
-    QPalette black = palette();
-    black.setColor(QPalette::Window, Qt::black);
-    setPalette(black);
-    setAutoFillBackground(true);
+    setAttribute(Qt::WA_OpaquePaintEvent);
     setFocusPolicy(Qt::StrongFocus);
 }
 
@@ -49,22 +51,77 @@ void SlideWindow::setDisplay(QWidget* display)
 {
     mDisplay = display;
     display->setParent(this);
-    display->setGeometry(rect());
     display->installEventFilter(this);
     display->show();
+    layOut();
+}
+
+void SlideWindow::setMenuBar(QMenuBar* bar)
+{
+    mBar = bar;
+    bar->setAutoFillBackground(true);
+    bar->installEventFilter(this);
+    layOut();
 }
 
 void SlideWindow::cover(QScreen* screen)
 {
+    mIsInFrame = false;
+    mWantedFrame.reset();
+    mCoveredSize = screen ? screen->geometry().size() : QSize();
     if (screen) {
         setScreen(screen);
         setGeometry(screen->geometry());
-        mCoveredSize = screen->geometry().size();
     }
     showFullScreen();
+    showAndActivate();
+}
+
+void SlideWindow::showInFrame(const QRect& frame)
+{
+    mIsInFrame = true;
+    mCoveredSize = {};
+    showNormal();
+    mWantedFrame = frame;
+    move(frame.topLeft());
+    resize(frame.size());
+    fitFrame();
+    showAndActivate();
+}
+
+void SlideWindow::showAndActivate()
+{
+    layOut();
     raise();
     activateWindow();
     setFocus();
+}
+
+/// The frame is the window manager's, and its size is not known before it is there.
+void SlideWindow::fitFrame()
+{
+    if (!mWantedFrame || frameGeometry() == geometry())
+        return;
+    const QSize edges = frameGeometry().size() - geometry().size();
+    const QRect frame = *mWantedFrame;
+    mWantedFrame.reset();
+    move(frame.topLeft());
+    resize(frame.size() - edges);
+}
+
+/// In a frame the display lies below the bar, otherwise behind it.
+void SlideWindow::layOut()
+{
+    QRect room = rect();
+    if (mBar) {
+        mBar->setVisible(mIsInFrame);
+        mBar->setGeometry(0, 0, width(), mBar->heightForWidth(width()));
+        mBar->raise();
+        if (mIsInFrame)
+            room.setTop(mBar->height());
+    }
+    if (mDisplay)
+        mDisplay->setGeometry(room);
 }
 
 void SlideWindow::hideMouseUntilItMoves()
@@ -86,6 +143,11 @@ void SlideWindow::keyPressEvent(QKeyEvent* event)
     const bool isChord
         = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
     const QString characters = isChord ? QString() : event->text();
+    if (event->key() == Qt::Key_F10 && mBar) {
+        showBar(true);
+        mBar->setActiveAction(mBar->actions().constFirst());
+        return;
+    }
     const bool isUsed
         = isModifier(event->key()) || (mKeyDown && mKeyDown(characters, event->key()));
     if (!isUsed)
@@ -94,19 +156,63 @@ void SlideWindow::keyPressEvent(QKeyEvent* event)
 
 bool SlideWindow::eventFilter(QObject* watched, QEvent* event)
 {
+    if (event->type() == QEvent::MouseMove)
+        mouseMoved(mapFromGlobal(QCursor::pos()));
+    else if (event->type() == QEvent::Leave && watched == mBar)
+        showBar(false);
+    return QWidget::eventFilter(watched, event);
+}
+
+void SlideWindow::mouseMoved(QPoint where)
+{
     // A window that changes under a resting mouse sends moves that are none.
-    if (mIsMouseHidden && event->type() == QEvent::MouseMove && QCursor::pos() != mHiddenAt) {
+    if (mIsMouseHidden && QCursor::pos() != mHiddenAt) {
         mIsMouseHidden = false;
         unsetCursor();
     }
-    return QWidget::eventFilter(watched, event);
+    if (where.y() <= 0 && QGuiApplication::mouseButtons() == Qt::NoButton)
+        showBar(true);
+    else if (mBar && where.y() > mBar->height())
+        showBar(false);
+}
+
+/// Only where it does not stand anyway.
+void SlideWindow::showBar(bool isShown)
+{
+    const bool isInUse = mBar && mBar->activeAction() && !isShown; // A menu of it is open.
+    if (mBar && !mIsInFrame && !isInUse)
+        mBar->setVisible(isShown);
+}
+
+/// Not by the palette: the menus would be black too.
+void SlideWindow::paintEvent(QPaintEvent* event)
+{
+    QPainter(this).fillRect(event->rect(), Qt::black);
 }
 
 void SlideWindow::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    if (mDisplay)
-        mDisplay->setGeometry(rect());
+    layOut();
+    fitFrame();
+}
+
+void SlideWindow::moveEvent(QMoveEvent* event)
+{
+    QWidget::moveEvent(event);
+    fitFrame();
+}
+
+void SlideWindow::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange)
+        Q_EMIT keyChanged(isActiveWindow());
+}
+
+void SlideWindow::contextMenuEvent(QContextMenuEvent* event)
+{
+    Q_EMIT contextMenuWanted(event->globalPos());
 }
 
 } // namespace quorvane

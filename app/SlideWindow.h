@@ -7,11 +7,15 @@
 #include <QWidget>
 
 #include <functional>
+#include <optional>
+
+class QMenuBar;
 
 namespace quorvane {
 
-/// A borderless black window that covers a screen and holds the display. Keys that no command of
-/// its own answers go to a handler. Thread: main.
+/// A black window that holds the display. It covers a screen, and its menu bar comes when the mouse
+/// reaches the upper edge; or it stands in a frame, below its menu bar. Keys that no command
+/// answers go to a handler. Thread: main.
 class SlideWindow : public QWidget {
     Q_OBJECT
 
@@ -25,13 +29,20 @@ public:
     /// Fills the window with `display`, which becomes its child.
     void setDisplay(QWidget* display);
 
+    /// \param bar  a child of the window.
+    void setMenuBar(QMenuBar* bar);
+
     void setKeyHandler(KeyHandler handler) { mKeyDown = std::move(handler); }
 
     /// Shows the window full screen on `screen` and makes it the active one. Without a screen it
     /// shows where the desktop puts it.
     void cover(QScreen* screen);
 
-    /// The size of the screen when it was covered.
+    /// Makes it an ordinary window that can be moved and sized. \param frame  the place of window
+    /// and frame together, as far as the desktop lets windows say where they stand.
+    void showInFrame(const QRect& frame);
+
+    /// The size of the screen when it was covered; empty in a frame.
     QSize coveredSize() const { return mCoveredSize; }
 
     /// Hides the mouse pointer until the mouse moves.
@@ -41,16 +52,35 @@ Q_SIGNALS:
     /// The person closed the window by the desktop's means.
     void closedByHand();
 
+    /// A right click, or the menu key. \param where  global.
+    void contextMenuWanted(QPoint where);
+
+    /// It became the window that has the keyboard, or is it no longer.
+    void keyChanged(bool isKey);
+
 protected:
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
+    void showAndActivate();
+    void layOut();
+    void fitFrame();
+    void mouseMoved(QPoint where);
+    void showBar(bool isShown);
+
     KeyHandler mKeyDown;
     QPointer<QWidget> mDisplay;
-    QSize mCoveredSize;
+    QPointer<QMenuBar> mBar;
+    std::optional<QRect> mWantedFrame; ///< Until the frame's own size is known.
+    QSize mCoveredSize; ///< Empty in a frame.
+    bool mIsInFrame = false;
     QPoint mHiddenAt; ///< Where the pointer was when it was hidden; global.
     bool mIsMouseHidden = false;
 };

@@ -232,11 +232,16 @@ void FileSequence::rewind()
 std::optional<FileURL> FileSequence::trash()
 {
     const auto url = current();
-    if (!url || url->isEmpty() || !mTrash(*url))
+    return url ? trash(*url) : std::nullopt;
+}
+
+std::optional<FileURL> FileSequence::trash(const FileURL& url)
+{
+    if (url.isEmpty() || !mTrash(url))
         return {};
     {
         const std::lock_guard lock(mGuard);
-        const auto isTrashed = [&](const auto& item) { return item->mURL() == *url; };
+        const auto isTrashed = [&](const auto& item) { return item->mURL() == url; };
         const auto start = mItems.begin()
             + static_cast<std::ptrdiff_t>(std::min(mCurrentFileIndex, mItems.size()));
         auto place = std::find_if(start, mItems.end(), isTrashed);

@@ -109,6 +109,9 @@ public:
     /// nothing is changed, when that fails; nothing as well when the list is empty then.
     std::optional<FileURL> trash();
 
+    /// The same with a slide that was the current one when the person said so.
+    std::optional<FileURL> trash(const FileURL& url);
+
     /// Takes out a file that cannot be shown, for good, as often as it is listed.
     void remove(const FileURL& url);
 

@@ -5,6 +5,7 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QLayout>
 #include <QShortcut>
 
 namespace quorvane {
@@ -30,6 +31,8 @@ void WelcomeController::addKeys()
         connect(new QShortcut(key, this), &QShortcut::activated, this, &QWidget::close);
 }
 
+void WelcomeController::setMenuBar(QWidget* bar) { layout()->setMenuBar(bar); }
+
 void WelcomeController::showWindow()
 {
     show();
@@ -46,6 +49,7 @@ void WelcomeController::OpenFolder()
 void WelcomeController::closeEvent(QCloseEvent* event)
 {
     QWidget::closeEvent(event);
+    hide(); // Whoever counts windows is not to count this one.
     if (mDelegate)
         mDelegate->welcomeClosedByHand();
 }

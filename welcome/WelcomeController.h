@@ -31,6 +31,9 @@ public:
     /// Not owned; null for none.
     void setDelegate(WelcomeControllerDelegate* delegate) { mDelegate = delegate; }
 
+    /// \param bar  stands at the window's upper edge and becomes its child.
+    void setMenuBar(QWidget* bar);
+
     /// Shows the window in front of others.
     void showWindow();
 

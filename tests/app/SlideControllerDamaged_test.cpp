@@ -195,7 +195,8 @@ TEST_F(Damaged, OnesAloneEndAShowThatStartsByItself)
 
     EXPECT_FALSE(controller->isPlaying());
     EXPECT_EQ(clock.validTimers(), 0);
-    EXPECT_EQ(nothingLeft, 1);
+    EXPECT_TRUE(isPanelVisible());
+    EXPECT_EQ(nothingLeft, 0);
 }
 
 TEST_F(Damaged, OnesThatGoBadDuringTheShowEndIt)

@@ -69,7 +69,7 @@ TEST_F(DamagedPictures, AloneEndTheShow)
 
     startShow();
 
-    EXPECT_TRUE(leaves());
+    EXPECT_TRUE(endsTheShow());
 }
 
 TEST_F(DamagedPictures, AloneEndAShowThatStartsByItself)
@@ -78,7 +78,7 @@ TEST_F(DamagedPictures, AloneEndAShowThatStartsByItself)
 
     startShow({ { QStringLiteral("autoStart"), true }, { QStringLiteral("slideInterval"), 1.0 } });
 
-    EXPECT_TRUE(leaves());
+    EXPECT_TRUE(endsTheShow());
 }
 
 TEST_F(DamagedPictures, AloneLeaveTheWelcomeWindow)

@@ -56,7 +56,7 @@ TEST_F(EndMode, CloseEndsTheShow)
 
     desktop.key(XK_Right);
 
-    EXPECT_TRUE(leaves());
+    EXPECT_TRUE(endsTheShow());
 }
 
 TEST_F(EndMode, CloseEndsTheShowByTheTimerToo)
@@ -65,7 +65,7 @@ TEST_F(EndMode, CloseEndsTheShowByTheTimerToo)
 
     desktop.key(XK_1);
 
-    EXPECT_TRUE(leaves());
+    EXPECT_TRUE(endsTheShow());
 }
 
 TEST_F(EndMode, CloseLeavesTheWelcomeWindow)

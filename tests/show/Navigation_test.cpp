@@ -72,7 +72,7 @@ TEST_F(Navigation, TheShowCoversTheScreenInBlack)
     EXPECT_EQ(desktop.colourAt(screen.bottomRight()), kBlack);
 }
 
-TEST_F(Navigation, EscapeEndsTheShowAndTheProgramWithoutAWelcomeWindow)
+TEST_F(Navigation, EscapeEndsTheShowAndLeavesTheControlsWithoutAWelcomeWindow)
 {
     writeThree();
     startShow();
@@ -80,7 +80,7 @@ TEST_F(Navigation, EscapeEndsTheShowAndTheProgramWithoutAWelcomeWindow)
 
     desktop.key(XK_Escape);
 
-    EXPECT_TRUE(leaves());
+    EXPECT_TRUE(endsTheShow());
 }
 
 TEST_F(Navigation, EscapeEndsTheShowInTheWelcomeWindow)

@@ -76,8 +76,7 @@ TEST_F(OddNames, APipeGivenOnTheCommandLineDoesNotHang)
 
     viewer->start({ pictures.path("pipe.jpg") });
 
-    EXPECT_TRUE(
-        desktop.waitFor(QStringLiteral("the viewer ends"), [&] { return !viewer->running(); }));
+    EXPECT_TRUE(endsTheShow());
 }
 
 } // namespace

@@ -124,6 +124,16 @@ testing::AssertionResult ShowTest::welcomes()
     });
 }
 
+testing::AssertionResult ShowTest::endsTheShow()
+{
+    const auto outcome = waitWhileRunning(QStringLiteral("the small window alone"), [&] {
+        const auto windows = desktop.windowsOf(viewer->pid());
+        return windows.size() == 1 && windows.front().height() < desktop.size().height()
+            && desktop.focusedProcess() == viewer->pid();
+    });
+    return outcome ? quits() : outcome;
+}
+
 testing::AssertionResult ShowTest::stores(const char* key, const QVariant& value)
 {
     const QString name = QString::fromUtf8(key);

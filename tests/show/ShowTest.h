@@ -46,6 +46,9 @@ struct ShowTest : testing::Test {
     /// No show: the viewer's one window is smaller than the screen.
     [[nodiscard]] testing::AssertionResult welcomes();
 
+    /// As welcomes(), with the controls for a window that does not greet; the program can be quit.
+    [[nodiscard]] testing::AssertionResult endsTheShow();
+
     /// As VirtualDesktop::waitFor(), but does not wait for a viewer that has ended.
     [[nodiscard]] testing::AssertionResult waitWhileRunning(
         const QString& what, const std::function<bool()>& condition);

@@ -80,7 +80,7 @@ TEST_F(VanishingFiles, ADeletedFolderEndsTheShowCalmly)
         EXPECT_TRUE(showedOnlySlides());
     }
     desktop.key(XK_Escape);
-    EXPECT_TRUE(leaves());
+    EXPECT_TRUE(endsTheShow());
 }
 
 TEST_F(VanishingFiles, ADeletedFolderEndsARunningShowCalmly)
@@ -92,7 +92,7 @@ TEST_F(VanishingFiles, ADeletedFolderEndsARunningShowCalmly)
 
     desktop.pause(milliseconds(4000));
     desktop.key(XK_Escape);
-    EXPECT_TRUE(leaves());
+    EXPECT_TRUE(endsTheShow());
 }
 
 } // namespace

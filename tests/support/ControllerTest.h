@@ -7,6 +7,7 @@
 #include "FakeDisplay.h"
 #include "ManualClock.h"
 #include "PictureFiles.h"
+#include "app/ControlPanel.h"
 #include "app/OpenPanel.h"
 #include "app/SlideController.h"
 #include "app/SlideWindow.h"
@@ -115,11 +116,22 @@ struct ControllerTest : testing::Test {
 
     void makeController(SlideController::MakeDisplay makeDisplay)
     {
-        controller = std::make_unique<SlideController>(defaults, clock, std::move(makeDisplay));
+        controller
+            = std::make_unique<SlideController>(defaults, clock, std::move(makeDisplay), desktop());
         QObject::connect(
             controller.get(), &SlideController::nothingLeft, [this] { ++nothingLeft; });
         QObject::connect(controller.get(), &SlideController::playingChanged,
             [this](bool isPlaying) { playing.push_back(isPlaying); });
+    }
+
+    /// A desktop that notes what it is asked.
+    DesktopServices desktop()
+    {
+        return { .openFile =
+                     [this](const FileURL& file, const QByteArray& application) {
+                         opened.push_back(nameOf(file) + " by " + application.toStdString());
+                     },
+            .keepAwake = [this](bool awake) { isAwake = awake; } };
     }
 
     /// From now on with the view that the program uses, which decodes.
@@ -179,6 +191,7 @@ struct ControllerTest : testing::Test {
         return shown ? nameOf(*shown) : std::string();
     }
 
+    static bool isPanelVisible() { return visibleWindow<ControlPanel>() != nullptr; }
     static bool isWelcomeVisible() { return visibleWindow<WelcomeController>() != nullptr; }
 
     PictureFiles files;
@@ -186,6 +199,8 @@ struct ControllerTest : testing::Test {
     ManualClock clock;
     FakeScreen screen;
     int nothingLeft = 0; ///< How often the controller said so.
+    Names opened; ///< "1.png by /usr/bin/editor".
+    bool isAwake = false; ///< The display is kept awake.
     std::vector<bool> playing; ///< What the controller said of its timer.
     std::unique_ptr<SlideController> controller;
 };

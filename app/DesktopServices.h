@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the controller asks of the desktop.
+#pragma once
+
+#include "platform/FileURL.h"
+
+#include <functional>
+
+namespace quorvane {
+
+/// Fakes in tests. Thread: main; none of them waits.
+struct DesktopServices {
+    /// Opens a file in another application. \param application  the path of an executable or of a
+    /// desktop entry; empty for the desktop's choice.
+    std::function<void(const FileURL& file, const QByteArray& application)> openFile
+        = [](const FileURL&, const QByteArray&) {};
+
+    /// Keeps the display awake, or lets it sleep again.
+    std::function<void(bool isAwake)> keepAwake = [](bool) {};
+};
+
+} // namespace quorvane
