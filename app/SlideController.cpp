@@ -169,7 +169,7 @@ void SlideController::endSlideShow()
     if (mView)
         mView->clearImage();
     exitFullScreen();
-    mShownURL.reset();
+    setShownURL({});
     mShowsHints = false;
     mSequence.stopCollecting();
     ++mEndedShows;
@@ -207,6 +207,17 @@ void SlideController::ShowWelcomeScreen()
         mWelcomeController->setMenuBar(mMenus->makeMenuBar(*mWelcomeController));
     }
     mWelcomeController->showWindow();
+}
+
+void SlideController::activate()
+{
+    if (!mWindow) {
+        applicationWillBecomeActive();
+        return;
+    }
+    mWindow->show();
+    mWindow->raise();
+    mWindow->activateWindow();
 }
 
 void SlideController::openSelected() { openMenu(); }

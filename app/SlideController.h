@@ -65,6 +65,9 @@ public:
     /// stays. \param paths  absolute.
     void openFiles(const std::vector<QByteArray>& paths);
 
+    /// Somebody asked for the program: its window comes to the front, or the welcome window.
+    void activate();
+
     /// Once, after the files that the program was started with: what a program without slides
     /// shows.
     void applicationDidFinishLaunching();
@@ -83,6 +86,9 @@ public:
 
     /// What was last handed to the display; nothing while nothing is shown.
     const std::optional<FileURL>& mImageURL() const { return mShownURL; }
+
+    /// Whether there is a slide to go to.
+    bool hasSlides() const { return mSequence.count() > 0; }
 
     /// Seconds; the timer's period in use.
     double mSlideTime() const { return mPeriod; }
@@ -166,6 +172,9 @@ Q_SIGNALS:
     /// The timer was started or stopped.
     void playingChanged(bool isPlaying);
 
+    /// Another slide was handed to the display, or nothing is shown any more; see mImageURL().
+    void slideChanged();
+
 private:
     // Opening.
     void fill(const std::function<void()>& collect, const std::function<void()>& afterwards);
@@ -199,6 +208,7 @@ private:
     void trashed(const FileURL& url, const std::optional<FileURL>& successor);
     void toggleLabel(QLatin1String setting, QLatin1String other);
     void updateInfoDisplayForURL(const std::optional<FileURL>& url);
+    void setShownURL(const std::optional<FileURL>& url);
 
     // Screens.
     void makeWindow();

@@ -168,10 +168,16 @@ void SlideController::openImageURL(const FileURL& url, bool forward)
     if (!mWindow || !mWindow->isVisible())
         goFullScreen(mCurrentScreen);
     updateInfoDisplayForURL(mShowsHints ? std::nullopt : std::optional(url));
-    mShownURL = url;
+    setShownURL(url);
     mWindow->hideMouseUntilItMoves();
     mLoadBegan = mClock.now();
     mView->setImageWithURL(url, forward);
+}
+
+void SlideController::setShownURL(const std::optional<FileURL>& url)
+{
+    mShownURL = url;
+    Q_EMIT slideChanged();
 }
 
 void SlideController::imageWithURLFinished(const FileURL& url)
@@ -192,7 +198,7 @@ void SlideController::slideCouldNotBeShown(const FileURL& url)
     // The step back must not lead from the first slide to the last one.
     const bool isFirst = mSequence.currentIndex() == 0;
     mSequence.remove(url);
-    mShownURL.reset();
+    setShownURL({});
     const auto current = mSequence.current();
     if (isFirst && current) {
         openImageURL(*current, true);
