@@ -17,16 +17,16 @@ namespace quorvane {
 
 MenuItemState SlideController::validateMenuItem(QLatin1String command) const
 {
-    const bool hasSlides = mSequence.count() > 0;
+    const bool isShow = hasSlides();
     if (command == QLatin1String("Play")) {
-        if (!hasSlides)
+        if (!isShow)
             return { .isEnabled = false };
         return { .title = isPlaying() ? tr("Stop Slideshow") : tr("Start Slideshow") };
     }
     constexpr std::array kSteps { QLatin1String("nextSlide"), QLatin1String("previousSlide"),
         QLatin1String("firstSlide") };
     if (std::find(kSteps.begin(), kSteps.end(), command) != kSteps.end())
-        return { .isEnabled = hasSlides };
+        return { .isEnabled = isShow };
     if (command == QLatin1String("ShowControls"))
         return { .title = isShowingControls() ? tr("Hide Controls") : tr("Show Controls") };
     if (command == QLatin1String("FullScreen"))
@@ -64,8 +64,6 @@ void SlideController::makeControls()
     mControlWindow = std::make_unique<ControlPanel>();
     ControlPanel& panel = *mControlWindow;
     panel.layout()->setMenuBar(mMenus->makeMenuBar(panel));
-    panel.setPlaying(isPlaying());
-    panel.setInterval(mDefaults.floatValue(kSlideInterval));
     connect(&panel, &ControlPanel::playWanted, this, &SlideController::Play);
     connect(&panel, &ControlPanel::previousWanted, this, &SlideController::previousSlide);
     connect(&panel, &ControlPanel::nextWanted, this, &SlideController::nextSlide);
@@ -74,6 +72,7 @@ void SlideController::makeControls()
         [this](double seconds) { mDefaults.setValue(kSlideInterval, seconds); });
     connect(&panel, &ControlPanel::closedByHand, this, &SlideController::welcomeClosedByHand);
     connect(this, &SlideController::playingChanged, &panel, &ControlPanel::setPlaying);
+    connect(this, &SlideController::slideChanged, &panel, [this] { updateControls(); });
 }
 
 void SlideController::ShowControls()
@@ -90,8 +89,11 @@ void SlideController::ShowControls()
 
 void SlideController::updateControls()
 {
-    if (mControlWindow)
-        mControlWindow->setEnabledForSlides(mSequence.count() > 0);
+    if (!mControlWindow)
+        return;
+    mControlWindow->setEnabledForSlides(hasSlides());
+    mControlWindow->setPlaying(isPlaying());
+    mControlWindow->setInterval(mDefaults.floatValue(kSlideInterval));
 }
 
 } // namespace quorvane

@@ -81,6 +81,7 @@ void SlideController::slideIntervalChanged()
 {
     const Duration before = periodOf(mPeriod);
     mPeriod = mDefaults.floatValue(kSlideInterval);
+    updateControls();
     if (!isPlaying())
         return;
     const Duration period = periodOf(mPeriod);
