@@ -205,7 +205,7 @@ private:
     bool isAnyWindowOpen() const;
     void makeControls();
     void updateControls();
-    void trashed(const FileURL& url, const std::optional<FileURL>& successor);
+    void trashed(const FileURL& url);
     void toggleLabel(QLatin1String setting, QLatin1String other);
     void updateInfoDisplayForURL(const std::optional<FileURL>& url);
     void setShownURL(const std::optional<FileURL>& url);

@@ -65,24 +65,21 @@ void SlideController::trashSlide()
     if (!current)
         return;
     // A disk may take its time.
-    auto done = mLifeGuard.wrap([this, url = *current](const std::optional<FileURL>& successor) {
-        trashed(url, successor);
-    });
+    auto done = mLifeGuard.wrap([this, url = *current] { trashed(url); });
     mDispatchQueue.async([this, url = *current, done = std::move(done)]() mutable {
-        auto successor = mSequence.trash(url);
-        MainQueue::async([done = std::move(done), successor = std::move(successor)]() mutable {
-            done(successor);
-        });
+        if (mSequence.moveToTrash(url))
+            MainQueue::async(std::move(done));
     });
 }
 
-void SlideController::trashed(const FileURL& url, const std::optional<FileURL>& successor)
+void SlideController::trashed(const FileURL& url)
 {
+    const auto successor = mSequence.takeOutTrashed(url);
     if (mShownURL != url || isEnding())
         return; // The person has gone on meanwhile.
     if (successor)
         openImageURL(*successor, true);
-    else if (mSequence.count() == 0 && mOpenings == 0)
+    else if (mOpenings == 0)
         endSlideShow(); // That was the last one.
 }
 

@@ -82,9 +82,9 @@ void SlideWindow::showInFrame(const QRect& frame)
     mIsInFrame = true;
     mCoveredSize = {};
     showNormal();
-    mWantedFrame = frame;
     move(frame.topLeft());
     resize(frame.size());
+    mWantedFrame = frame;
     fitFrame();
     showAndActivate();
 }

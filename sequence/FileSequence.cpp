@@ -232,21 +232,26 @@ void FileSequence::rewind()
 std::optional<FileURL> FileSequence::trash()
 {
     const auto url = current();
-    return url ? trash(*url) : std::nullopt;
+    return url && moveToTrash(*url) ? takeOutTrashed(*url) : std::nullopt;
 }
 
-std::optional<FileURL> FileSequence::trash(const FileURL& url)
+bool FileSequence::moveToTrash(const FileURL& url) const { return !url.isEmpty() && mTrash(url); }
+
+std::optional<FileURL> FileSequence::takeOutTrashed(const FileURL& url)
 {
-    if (url.isEmpty() || !mTrash(url))
-        return {};
     {
         const std::lock_guard lock(mGuard);
         const auto isTrashed = [&](const auto& item) { return item->mURL() == url; };
         const auto start = mItems.begin()
             + static_cast<std::ptrdiff_t>(std::min(mCurrentFileIndex, mItems.size()));
         auto place = std::find_if(start, mItems.end(), isTrashed);
-        if (place == mItems.end()) // Sorted meanwhile.
+        if (place == mItems.end()) { // Sorted, or gone past, meanwhile.
             place = std::find_if(mItems.begin(), start, isTrashed);
+            if (place != start)
+                --mCurrentFileIndex; // The current slide stays the current one.
+            else
+                place = mItems.end();
+        }
         if (place != mItems.end())
             mItems.erase(place);
         ++mGeneration;

@@ -47,7 +47,7 @@ public:
 
     /// \param defaults  must outlive the sequence.
     /// \param trash     moves a file to the trash; false when it could not.
-    explicit FileSequence(const UserDefaults& defaults, Trash trash = moveToTrash,
+    explicit FileSequence(const UserDefaults& defaults, Trash trash = quorvane::moveToTrash,
         RandomBelow random = systemRandomBelow);
 
     /// Not owned; nullptr for none. Set before anything is collected.
@@ -109,8 +109,10 @@ public:
     /// nothing is changed, when that fails; nothing as well when the list is empty then.
     std::optional<FileURL> trash();
 
-    /// The same with a slide that was the current one when the person said so.
-    std::optional<FileURL> trash(const FileURL& url);
+    /// The two halves of trash(), for disks that take their time. \param url  what was the current
+    /// slide when the person said so. Thread of the first: any.
+    bool moveToTrash(const FileURL& url) const;
+    std::optional<FileURL> takeOutTrashed(const FileURL& url);
 
     /// Takes out a file that cannot be shown, for good, as often as it is listed.
     void remove(const FileURL& url);
