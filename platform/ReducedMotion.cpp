@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/ReducedMotion.h"
 
-#include "platform/DispatchQueue.h"
-#include "platform/LifeGuard.h"
-#include "platform/MainQueue.h"
+#include "platform/SessionBus.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QFile>
 #include <QObject>
 
 namespace quorvane {
@@ -24,7 +21,6 @@ constexpr QLatin1String kGnomeKey { "enable-animations" };
 constexpr QLatin1String kPlasmaGroup { "org.kde.kdeglobals.KDE" };
 constexpr QLatin1String kPlasmaKey { "AnimationDurationFactor" }; ///< 0 = at once.
 
-constexpr QLatin1String kConnection { "quorvane-settings" };
 constexpr QLatin1String kService { "org.freedesktop.portal.Desktop" };
 constexpr QLatin1String kPath { "/org/freedesktop/portal/desktop" };
 constexpr QLatin1String kInterface { "org.freedesktop.portal.Settings" };
@@ -34,13 +30,6 @@ constexpr QLatin1String kAnswer { "a{sa{sv}}" };
 
 /// Milliseconds. Portals start on demand.
 constexpr int kPatience = 5000;
-
-/// The bus's library would start a bus of its own where there is none.
-bool hasSessionBus()
-{
-    return qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS")
-        || QFile::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
-}
 
 QDBusMessage question()
 {
@@ -89,11 +78,9 @@ public:
 
     void connectToDesktop()
     {
-        // Reaching the bus may take long: a thread that nobody waits for does it.
-        DispatchQueue::global().async([reached = mLifeGuard.wrap([this] { listen(); })]() mutable {
-            if (QDBusConnection::connectToBus(QDBusConnection::SessionBus, QString(kConnection))
-                    .isConnected())
-                MainQueue::async(std::move(reached));
+        mBus.reach([this](bool isThere) {
+            if (isThere)
+                listen();
         });
     }
 
@@ -101,7 +88,7 @@ private Q_SLOTS:
     void ask()
     {
         auto* const call = new QDBusPendingCallWatcher(
-            QDBusConnection(QString(kConnection)).asyncCall(question(), kPatience), this);
+            SessionBus::connection().asyncCall(question(), kPatience), this);
         connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
             mAnswered(wantsReducedMotion(settingsFrom(call->reply())));
             call->deleteLater();
@@ -111,24 +98,22 @@ private Q_SLOTS:
 private:
     void listen()
     {
-        QDBusConnection(QString(kConnection))
-            .connect(
-                kService, kPath, kInterface, QStringLiteral("SettingChanged"), this, SLOT(ask()));
+        SessionBus::connection().connect(
+            kService, kPath, kInterface, QStringLiteral("SettingChanged"), this, SLOT(ask()));
         ask();
     }
 
     std::function<void(bool)> mAnswered;
-    LifeGuard mLifeGuard;
+    SessionBus mBus;
 };
 
 ReducedMotion::ReducedMotion()
     : mPortal(std::make_unique<Portal>([this](bool isReduced) { mIsReduced = isReduced; }))
 {
-    if (hasSessionBus())
-        mPortal->connectToDesktop();
+    mPortal->connectToDesktop();
 }
 
-ReducedMotion::~ReducedMotion() { QDBusConnection::disconnectFromBus(QString(kConnection)); }
+ReducedMotion::~ReducedMotion() = default;
 
 } // namespace quorvane
 

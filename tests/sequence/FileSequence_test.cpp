@@ -713,10 +713,22 @@ TEST_F(SequenceTest, FindsTheTrashedSlideWhenTheListIsSortedMeanwhile)
     sequence.gotoIndex(2);
     atTrash = [this] { sequence.sort(); };
 
-    EXPECT_EQ(name(sequence.trash()), "d.jpg");
+    EXPECT_EQ(name(sequence.trash()), "c.jpg") << "which is the current one by then";
 
     EXPECT_THAT(trashed, ElementsAre("a.jpg"));
     EXPECT_THAT(slides(), ElementsAre("b.jpg", "c.jpg", "d.jpg"));
+}
+
+TEST_F(SequenceTest, StaysOnTheSlideThatThePersonWentOnToMeanwhile)
+{
+    list({ "a.jpg", "b.jpg", "c.jpg" });
+    const auto first = sequence.first();
+    sequence.next();
+
+    sequence.takeOutTrashed(*first);
+
+    EXPECT_EQ(name(sequence.current()), "b.jpg");
+    EXPECT_EQ(sequence.currentIndex(), 0U);
 }
 
 TEST_F(SequenceTest, OutlivesBeingClearedWhileItTrashes)
