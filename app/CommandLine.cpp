@@ -50,7 +50,7 @@ bool isOption(const QByteArray& argument) { return argument.size() > 1 && argume
 
 CommandLine ending(int status, const QByteArray& output, const QByteArray& errors)
 {
-    return { {}, output, errors, status };
+    return { {}, false, output, errors, status };
 }
 
 void addPath(CommandLine& line, const QByteArray& argument, const QByteArray& currentFolder)
@@ -77,7 +77,7 @@ CommandLine parseCommandLine(
         } else if (argument == "--") {
             onlyNames = true;
         } else if (argument == "--new-instance") {
-            continue; // Every start is a program of its own.
+            line.isOnItsOwn = true;
         } else if (argument == "-h" || argument == "--help") {
             return ending(0, kHelp, {});
         } else if (argument == "--formats") {

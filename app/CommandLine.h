@@ -12,6 +12,7 @@ namespace quorvane {
 /// A command line, understood.
 struct CommandLine {
     std::vector<QByteArray> paths; ///< Absolute; each of them exists.
+    bool isOnItsOwn = false; ///< A program of its own beside one that runs.
     QByteArray output; ///< For standard output; lines.
     QByteArray errors; ///< For standard error; lines.
     std::optional<int> exitStatus; ///< Set when the program is to end at once.

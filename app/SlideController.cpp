@@ -3,6 +3,7 @@
 #include "app/SlideController.h"
 
 #include "app/ControlPanel.h"
+#include "app/DropTarget.h"
 #include "app/Help.h"
 #include "app/Menus.h"
 #include "app/OpenPanel.h"
@@ -65,6 +66,12 @@ void SlideController::openFiles(const std::vector<QByteArray>& paths)
         else
             firstSlide();
     });
+}
+
+/// Added to the show, as files that the desktop opens.
+void SlideController::takeDrops(QWidget& window)
+{
+    new DropTarget(window, [this](const std::vector<QByteArray>& paths) { openFiles(paths); });
 }
 
 void SlideController::addURLs(const std::vector<FileURL>& urls)
@@ -205,6 +212,7 @@ void SlideController::ShowWelcomeScreen()
         mWelcomeController = std::make_unique<WelcomeController>();
         mWelcomeController->setDelegate(this);
         mWelcomeController->setMenuBar(mMenus->makeMenuBar(*mWelcomeController));
+        takeDrops(*mWelcomeController);
     }
     mWelcomeController->showWindow();
 }

@@ -180,6 +180,7 @@ private:
     void fill(const std::function<void()>& collect, const std::function<void()>& afterwards);
     void filled();
     void addURLs(const std::vector<FileURL>& urls);
+    void takeDrops(QWidget& window);
     void autoPlay();
     void showEnded();
     bool isEnding() const { return mClearedShows != mEndedShows; }

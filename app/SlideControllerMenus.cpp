@@ -64,6 +64,7 @@ void SlideController::makeControls()
     mControlWindow = std::make_unique<ControlPanel>();
     ControlPanel& panel = *mControlWindow;
     panel.layout()->setMenuBar(mMenus->makeMenuBar(panel));
+    takeDrops(panel);
     connect(&panel, &ControlPanel::playWanted, this, &SlideController::Play);
     connect(&panel, &ControlPanel::previousWanted, this, &SlideController::previousSlide);
     connect(&panel, &ControlPanel::nextWanted, this, &SlideController::nextSlide);

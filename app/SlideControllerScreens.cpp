@@ -68,6 +68,7 @@ void SlideController::makeWindow()
     mWindow->setKeyHandler(
         [this](const QString& characters, int key) { return keyDown(characters, key); });
     connect(mWindow.get(), &SlideWindow::closedByHand, this, [this] { windowClosedByHand(); });
+    takeDrops(*mWindow);
     connect(mWindow.get(), &SlideWindow::keyChanged, this, [this](bool isKey) {
         if (isKey)
             windowDidBecomeKey();

@@ -1,0 +1,292 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/ApplicationService.h"
+
+#include "app/Neighbours.h"
+#include "platform/Clock.h"
+#include "platform/FileURL.h"
+#include "platform/SessionBus.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QGuiApplication>
+#include <QVariantMap>
+
+#include <limits>
+
+namespace quorvane {
+
+namespace {
+
+constexpr QLatin1String kName { "com.quorvane.Quorvane" };
+constexpr QLatin1String kPath { "/com/quorvane/Quorvane" };
+constexpr QLatin1String kInterface { "org.freedesktop.Application" };
+
+// What a launch says about itself beside its files.
+constexpr QLatin1String kStartupId { "desktop-startup-id" };
+constexpr QLatin1String kActivationToken { "activation-token" };
+constexpr char kStartupVariable[] = "DESKTOP_STARTUP_ID";
+constexpr char kActivationVariable[] = "XDG_ACTIVATION_TOKEN";
+
+/// The clock handed in decides how long we wait, not the bus.
+constexpr int kForEver = std::numeric_limits<int>::max();
+
+// The bus's own numbers.
+constexpr uint kDoNotQueue = 4;
+constexpr uint kOwner = 1;
+constexpr uint kTaken = 3;
+
+QDBusMessage busMessage(const char* method, const QVariantList& arguments)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+        QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
+        QString::fromLatin1(method));
+    message.setArguments(arguments);
+    return message;
+}
+
+/// Open, or Activate without files.
+QDBusMessage launchMessage(const Launch& launch)
+{
+    QVariantMap platformData;
+    if (!launch.startupId.isEmpty())
+        platformData.insert(QString(kStartupId), QString::fromUtf8(launch.startupId));
+    if (!launch.activationToken.isEmpty())
+        platformData.insert(QString(kActivationToken), QString::fromUtf8(launch.activationToken));
+    QStringList uris;
+    for (const QByteArray& path : launch.paths)
+        uris.append(QString::fromLatin1(FileURL(path).encoded()));
+
+    QDBusMessage message = QDBusMessage::createMethodCall(QString(kName), QString(kPath),
+        QString(kInterface), uris.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
+    message.setAutoStartService(false);
+    message.setArguments(
+        uris.isEmpty() ? QVariantList { platformData } : QVariantList { uris, platformData });
+    return message;
+}
+
+/// On Wayland a window may come to the front only with the token of who was clicked; Qt takes it
+/// from here. On X11 nothing is needed.
+void useToken(const QVariantMap& platformData)
+{
+    const QByteArray token = platformData.value(QString(kActivationToken)).toString().toUtf8();
+    if (!token.isEmpty() && QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        qputenv(kActivationVariable, token);
+}
+
+/// What stands on the bus.
+class ApplicationAdaptor : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    ApplicationAdaptor(QObject* parent, ApplicationActions actions)
+        : QDBusAbstractAdaptor(parent)
+        , mActions(std::move(actions))
+    {
+    }
+
+public Q_SLOTS:
+    void Activate(const QVariantMap& platformData)
+    {
+        useToken(platformData);
+        mActions.activate();
+    }
+
+    void Open(const QStringList& uris, const QVariantMap& platformData)
+    {
+        std::vector<QByteArray> paths;
+        QStringList others;
+        for (const QString& uri : uris) {
+            if (auto path = localPath(uri))
+                paths.push_back(std::move(*path));
+            else
+                others.append(uri);
+        }
+        if (!others.isEmpty())
+            complain(others);
+        if (!paths.empty())
+            mActions.openFiles(paths);
+        Activate(platformData);
+    }
+
+    void ActivateAction(const QString& name, const QVariantList& /*parameters*/,
+        const QVariantMap& /*platformData*/) const
+    {
+        if (name == QLatin1String("play"))
+            mActions.play();
+        else if (name == QLatin1String("next"))
+            mActions.next();
+        else if (name == QLatin1String("previous"))
+            mActions.previous();
+    }
+
+private:
+    /// One line, whatever is in them.
+    static void complain(const QStringList& others)
+    {
+        constexpr int kLongest = 200;
+        const QByteArray first
+            = others.constFirst().left(kLongest).toUtf8().toPercentEncoding(":/?#[]@!$&'()*+,;=%");
+        qWarning("Not files of this machine: %lld of what was to be opened, such as \"%s\".",
+            static_cast<long long>(others.size()), first.constData());
+    }
+
+    const ApplicationActions mActions;
+};
+
+} // namespace
+
+Launch Launch::withPaths(std::vector<QByteArray> paths)
+{
+    return { std::move(paths), qgetenv(kStartupVariable), qgetenv(kActivationVariable) };
+}
+
+std::optional<QByteArray> localPath(const QString& uri)
+{
+    // A name on a disk has no parameters: its semicolons are its own.
+    QByteArray encoded = uri.toUtf8();
+    const FileURL url = FileURL::fromEncoded(encoded.replace(';', "%3B"));
+    if (url.isEmpty() || url.path().contains('\0'))
+        return std::nullopt;
+    return url.path();
+}
+
+/// Finds out whose the name is. Each step is an answer; the limit of a step ends it on our own.
+class ApplicationService::Bus : public QObject {
+    Q_OBJECT
+
+public:
+    Bus(Clock& clock, Neighbours& neighbours, ApplicationActions actions)
+        : mClock(clock)
+        , mNeighbours(neighbours)
+    {
+        new ApplicationAdaptor(this, std::move(actions)); // Owned by this.
+    }
+
+    ~Bus() override { leaveBus(); }
+
+    Bus(const Bus&) = delete;
+    Bus& operator=(const Bus&) = delete;
+
+    void start(Launch launch, std::function<void(Role)> decided)
+    {
+        mLaunch = std::move(launch);
+        mDecided = std::move(decided);
+        mLimit = mClock.scheduleTimer(
+            kBusPatience, Clock::Repetition::Once, [this] { patienceIsOver(); });
+        mSession.reach([this](bool isThere) {
+            if (!isThere)
+                goOnAlone();
+            else if (mDecided)
+                askForName();
+        });
+    }
+
+private:
+    void patienceIsOver()
+    {
+        if (!mNeighbours.areThere()) {
+            goOnAlone();
+            return;
+        }
+        mLimit = mClock.scheduleTimer(
+            kNeighbourPatience - kBusPatience, Clock::Repetition::Once, [this] { goOnAlone(); });
+    }
+
+    void askForName()
+    {
+        // First the object: who has the name is called at once.
+        mIsOnBus = SessionBus::connection().registerObject(QString(kPath), this);
+        call(busMessage("RequestName", { QString(kName), kDoNotQueue }),
+            [this](const QDBusMessage& answer) { nameAnswered(answer); });
+    }
+
+    void nameAnswered(const QDBusMessage& answer)
+    {
+        const uint outcome = answer.type() == QDBusMessage::ReplyMessage
+            ? answer.arguments().value(0).toUInt()
+            : 0;
+        if (!mDecided && outcome == kOwner)
+            SessionBus::connection().send(busMessage("ReleaseName", { QString(kName) }));
+        if (!mDecided)
+            return; // Too late: another may be the one by now.
+        if (outcome == kOwner)
+            decide(Role::Shows);
+        else if (outcome == kTaken)
+            handOver();
+        else
+            goOnAlone();
+    }
+
+    void handOver()
+    {
+        leaveBus();
+        mLimit = mClock.scheduleTimer(
+            kNeighbourPatience, Clock::Repetition::Once, [this] { goOnAlone(); });
+        call(launchMessage(mLaunch), [this](const QDBusMessage& answer) {
+            if (mDecided && answer.type() == QDBusMessage::ReplyMessage)
+                decide(Role::HandedOver);
+            else
+                goOnAlone();
+        });
+    }
+
+    void goOnAlone()
+    {
+        if (!mDecided)
+            return;
+        leaveBus();
+        mNeighbours.leave();
+        decide(Role::Shows);
+    }
+
+    void decide(Role role)
+    {
+        mLimit.reset();
+        std::exchange(mDecided, nullptr)(role);
+    }
+
+    void call(const QDBusMessage& message, std::function<void(const QDBusMessage&)> answered)
+    {
+        auto* const watcher = new QDBusPendingCallWatcher(
+            SessionBus::connection().asyncCall(message, kForEver), this);
+        connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [watcher, answered = std::move(answered)] {
+                watcher->deleteLater();
+                answered(watcher->reply());
+            });
+    }
+
+    void leaveBus()
+    {
+        if (std::exchange(mIsOnBus, false))
+            SessionBus::connection().unregisterObject(QString(kPath));
+    }
+
+    Clock& mClock;
+    Neighbours& mNeighbours;
+    Launch mLaunch;
+    std::function<void(Role)> mDecided; ///< Set while it is not decided.
+    std::unique_ptr<Timer> mLimit; ///< Of the answer that is awaited.
+    bool mIsOnBus = false; ///< The object is.
+    SessionBus mSession;
+};
+
+ApplicationService::ApplicationService(
+    Clock& clock, Neighbours& neighbours, ApplicationActions actions)
+    : mBus(std::make_unique<Bus>(clock, neighbours, std::move(actions)))
+{
+}
+
+ApplicationService::~ApplicationService() = default;
+
+void ApplicationService::start(Launch launch, std::function<void(Role)> decided)
+{
+    mBus->start(std::move(launch), std::move(decided));
+}
+
+} // namespace quorvane
+
+#include "ApplicationService.moc"
