@@ -7,14 +7,14 @@ set -euo pipefail
 declare -A packages=(
     # To configure and compile.
     [build]='g++ cmake ninja-build pkg-config ccache qt6-base-dev libqt6opengl6-dev qt6-svg-dev
-        libgl-dev libxcb1-dev libexpected-dev libseccomp-dev
+        libgl-dev libglib2.0-dev libxcb1-dev libexpected-dev libseccomp-dev
         libturbojpeg0-dev libexif-dev liblcms2-dev libpng-dev libwebp-dev libheif-dev libjxl-dev
         librsvg2-dev libopenexr-dev libfontconfig-dev libtiff-dev libopenjp2-7-dev libraw-dev libicns-dev
         libavformat-dev libavcodec-dev libavutil-dev libswscale-dev'
     # What the viewer loads only when it runs.
     [run]='qt6-qpa-plugins qt6-wayland libqt6svg6 shared-mime-info'
     # To test.
-    [test]='libgtest-dev libgmock-dev xvfb openbox x11-utils dbus libx11-dev libxdamage-dev libxtst-dev
+    [test]='libgtest-dev libgmock-dev xvfb openbox x11-utils dbus libx11-dev libxdamage-dev libxtst-dev x11-xserver-utils
         fonts-dejavu-core
         imagemagick libjpeg-turbo-progs webp libheif-examples libjxl-tools libopenjp2-tools
         librsvg2-bin libraw-bin ffmpeg'

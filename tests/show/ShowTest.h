@@ -14,6 +14,11 @@ namespace quorvane::show {
 /// The desktop is running when a test begins. Without the tools for one the test is skipped, or,
 /// when the variable CI is "true", fails.
 struct ShowTest : testing::Test {
+    explicit ShowTest(QSize screen = { 1280, 720 })
+        : desktop(screen)
+    {
+    }
+
     void SetUp() override;
 
     /// Fails the test when the viewer crashed or a sanitizer complained.

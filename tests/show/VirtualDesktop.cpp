@@ -86,7 +86,7 @@ VirtualDesktop::~VirtualDesktop()
 QStringList VirtualDesktop::missingTools()
 {
     QStringList missing;
-    for (const char* tool : { "Xvfb", "openbox", "dbus-daemon" }) {
+    for (const char* tool : { "Xvfb", "openbox", "dbus-daemon", "xrandr" }) {
         if (QStandardPaths::findExecutable(QString::fromUtf8(tool)).isEmpty())
             missing.append(QString::fromUtf8(tool));
     }
@@ -163,6 +163,35 @@ std::unique_ptr<ChildProcess> VirtualDesktop::startTool(std::vector<QByteArray> 
 QByteArray VirtualDesktop::outputOf(const char* tool) const
 {
     return contentsOf(mFolder.filePath(QString::fromUtf8(tool) + QStringLiteral(".out")));
+}
+
+testing::AssertionResult VirtualDesktop::runTool(std::vector<QByteArray> command)
+{
+    const QByteArray name = command.front();
+    const auto tool = startTool(std::move(command));
+    const bool hasEnded = poll([&] { return tool->exitStatus().has_value(); }, kWaitLimit);
+    if (hasEnded && tool->exitStatus() == ExitStatus { 0, 0 })
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure() << name.constData() << " failed";
+}
+
+testing::AssertionResult VirtualDesktop::plugIn(const char* name, QRect part, bool isFirst)
+{
+    // Millimetres at about 96 dots an inch.
+    const QString geometry = QStringLiteral("%1/%2x%3/%4+%5+%6")
+                                 .arg(part.width())
+                                 .arg(part.width() / 4)
+                                 .arg(part.height())
+                                 .arg(part.height() / 4)
+                                 .arg(part.x())
+                                 .arg(part.y());
+    return runTool(
+        { "xrandr", "--setmonitor", name, geometry.toUtf8(), isFirst ? "screen" : "none" });
+}
+
+testing::AssertionResult VirtualDesktop::unplug(const char* name)
+{
+    return runTool({ "xrandr", "--delmonitor", name });
 }
 
 Pixel VirtualDesktop::colourAt(QPoint where) { return mScreen->colourAt(where); }

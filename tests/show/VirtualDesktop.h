@@ -88,6 +88,13 @@ public:
     /// are the wheel, away from the hand and towards it.
     void holdButton(unsigned button, bool isDown);
 
+    /// Plugs a monitor in that shows this part of the screen. \param isFirst  takes the place of
+    /// the one that is there from the beginning.
+    [[nodiscard]] testing::AssertionResult plugIn(
+        const char* name, QRect part, bool isFirst = false);
+
+    [[nodiscard]] testing::AssertionResult unplug(const char* name);
+
     /// Publishes the ICC profile of the one monitor, as a desktop does.
     void publishProfile(const QByteArray& profile);
 
@@ -121,6 +128,7 @@ private:
     testing::AssertionResult startBus();
     std::unique_ptr<ChildProcess> startTool(std::vector<QByteArray> command) const;
     QByteArray outputOf(const char* tool) const;
+    testing::AssertionResult runTool(std::vector<QByteArray> command);
     bool poll(const std::function<bool()>& condition, std::chrono::milliseconds limit);
     void sample();
 

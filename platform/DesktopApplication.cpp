@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/DesktopApplication.h"
+
+#include "platform/DecoderProgram.h"
+#include "platform/DesktopModule.h"
+#include "platform/FileURL.h"
+#include "platform/TypeIdentifier.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+
+namespace quorvane {
+
+namespace {
+
+/// \return nullptr when it is not there or does not fit this machine.
+const DesktopFunctions* loadModule()
+{
+    const auto folder = std::filesystem::path(decoderProgram().toStdString()).parent_path();
+    // Never unloaded: the library has threads.
+    void* const module = dlopen((folder / kDesktopModule).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!module) {
+        qWarning("Applications are not known: %s", dlerror());
+        return nullptr;
+    }
+    const auto function = reinterpret_cast<DesktopFunction>(dlsym(module, kDesktopFunction));
+    return function ? function() : nullptr;
+}
+
+const DesktopFunctions* desktop()
+{
+    static const DesktopFunctions* const functions = loadModule();
+    return functions;
+}
+
+QByteArrayList mimeTypesOf(const FileURL& url)
+{
+    QByteArrayList types;
+    const QString identifier = TypeIdentifier::typeIdentifierForFile(url.path());
+    for (const QString& type : TypeIdentifier::mimeTypesOf(identifier))
+        types.append(type.toLatin1());
+    return types;
+}
+
+tl::unexpected<Error> missingModule()
+{
+    return fail(ErrorKind::Other, QStringLiteral("a part of this program is missing"));
+}
+
+} // namespace
+
+std::optional<DesktopApplication> editorOf(const FileURL& url)
+{
+    return desktop() ? desktop()->editorOf(mimeTypesOf(url)) : std::nullopt;
+}
+
+std::optional<DesktopApplication> viewerOf(const FileURL& url)
+{
+    return desktop() ? desktop()->viewerOf(mimeTypesOf(url)) : std::nullopt;
+}
+
+Result<DesktopApplication> applicationAt(const QByteArray& path)
+{
+    if (!desktop())
+        return missingModule();
+    return desktop()->applicationAt(path);
+}
+
+Result<void> openWith(const DesktopApplication& application, const FileURL& url)
+{
+    if (!desktop())
+        return missingModule();
+    return desktop()->openWith(application.path, url.path());
+}
+
+} // namespace quorvane
