@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ControlPanel.h"
 
+#include "app/Stacking.h"
 #include "ui_ControlPanel.h"
 
 #include <QCloseEvent>
 #include <QSignalBlocker>
 #include <QStyle>
-#include <QWindow>
 
 namespace quorvane {
 
@@ -32,9 +32,7 @@ ControlPanel::~ControlPanel() = default;
 void ControlPanel::showFloating(const QWidget* show)
 {
     setAttribute(Qt::WA_ShowWithoutActivating, show != nullptr);
-    winId(); // From now on there is a window to speak of.
-    // In front of a window that covers the screen stands only what belongs to it.
-    windowHandle()->setTransientParent(show ? show->windowHandle() : nullptr);
+    standBefore(*this, show);
     if (show && !mHasPlace) {
         // At the lower edge, where hands look for it.
         const QRect room = show->frameGeometry();

@@ -10,6 +10,7 @@
 #include "app/ScreenChooser.h"
 #include "app/SlideLabel.h"
 #include "app/SlideWindow.h"
+#include "app/Stacking.h"
 #include "images/SVImageCache.h"
 #include "platform/MainQueue.h"
 #include "platform/UserDefaults.h"
@@ -214,6 +215,7 @@ void SlideController::ShowWelcomeScreen()
         mWelcomeController->setMenuBar(mMenus->makeMenuBar(*mWelcomeController));
         takeDrops(*mWelcomeController);
     }
+    standBefore(*mWelcomeController, mWindow.get());
     mWelcomeController->showWindow();
 }
 

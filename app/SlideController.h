@@ -210,6 +210,7 @@ private:
     void toggleLabel(QLatin1String setting, QLatin1String other);
     void updateInfoDisplayForURL(const std::optional<FileURL>& url);
     void setShownURL(const std::optional<FileURL>& url);
+    void describeSlide();
 
     // Screens.
     void makeWindow();

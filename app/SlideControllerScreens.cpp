@@ -7,6 +7,7 @@
 #include "app/SlideController.h"
 #include "app/SlideLabel.h"
 #include "app/SlideWindow.h"
+#include "app/Stacking.h"
 #include "platform/Decoding.h"
 #include "platform/MainQueue.h"
 #include "platform/MonitorProfile.h"
@@ -136,6 +137,7 @@ void SlideController::ShowChooseScreen()
         connect(mChooseScreenWindow.get(), &ScreenChooser::chosen, this,
             &SlideController::ChangeScreen);
     }
+    standBefore(*mChooseScreenWindow, mWindow.get());
     mChooseScreenWindow->begin(mCurrentScreen);
 }
 

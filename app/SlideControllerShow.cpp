@@ -4,8 +4,12 @@
 #include "app/SlideWindow.h"
 #include "platform/MainQueue.h"
 #include "platform/NumberParsing.h"
+#include "platform/PathRules.h"
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
+
+#include <QFile>
+#include <QWidget>
 
 #include <algorithm>
 
@@ -178,7 +182,21 @@ void SlideController::openImageURL(const FileURL& url, bool forward)
 void SlideController::setShownURL(const std::optional<FileURL>& url)
 {
     mShownURL = url;
+    describeSlide();
     Q_EMIT slideChanged();
+}
+
+/// For window lists, and for who hears the screen rather than sees it.
+void SlideController::describeSlide()
+{
+    if (!mWindow)
+        return;
+    const bool isNamed = mShownURL && !mShowsHints;
+    const QString name = isNamed
+        ? QFile::decodeName(lastPathComponent(mShownURL->path()).toByteArray())
+        : QString();
+    mWindow->setWindowTitle(isNamed ? tr("%1 – Quorvane").arg(name) : tr("Quorvane"));
+    mView->widget()->setAccessibleName(isNamed ? tr("Slide %1").arg(name) : tr("Slide"));
 }
 
 void SlideController::imageWithURLFinished(const FileURL& url)

@@ -211,6 +211,7 @@ void SVLayerView::resizeEvent(QResizeEvent* event)
     mRoot.setFrame(QRectF(rect()));
     if (mCanvas)
         mCanvas->setGeometry(rect());
+    followResize();
     updateFitMode();
 }
 

@@ -176,6 +176,7 @@ private:
     void resizeCursor();
     void redrawCursor();
     void putCursorAway();
+    void followResize();
 
     void prepareModPattern();
     void useOpenGL();

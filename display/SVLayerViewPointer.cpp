@@ -130,6 +130,14 @@ void SVLayerView::putCursorAway()
     redrawCursor();
 }
 
+/// The hand stays where it is, counted from the upper edge; the layers count from the lower one.
+void SVLayerView::followResize()
+{
+    mCursorPoint = QPointF(mDragPoint.x(), height() - mDragPoint.y());
+    if (mPointer.opacity() > 0)
+        positionCursor();
+}
+
 void SVLayerView::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton) {

@@ -92,7 +92,9 @@ void SVLayerView::moveToPosition(QPointF position)
 
 void SVLayerView::panX(double dx, double dy)
 {
-    const QSizeF size = mCurrent->boundsSize();
+    // While it is still growing, the smaller one: else its edge would come into view.
+    const QSizeF size
+        = mCurrent->boundsSize().boundedTo(mCurrent->presentation(mFrameTime).boundsSize);
     QPointF position = mCurrent->position();
     if (size.width() > width())
         position.setX(covering(position.x() + dx, size.width(), width()));

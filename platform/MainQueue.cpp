@@ -15,6 +15,7 @@ namespace {
 struct Waiting {
     std::mutex mutex;
     std::deque<std::function<void()>> blocks;
+    int wakeUps = 0; ///< Still owed: there was no application.
 };
 
 Waiting& waiting()
@@ -43,12 +44,17 @@ bool runOne()
 
 void MainQueue::async(std::function<void()> block)
 {
+    QCoreApplication* const application = QCoreApplication::instance();
+    int wakeUps = 0;
     {
         const std::lock_guard lock(waiting().mutex);
         waiting().blocks.push_back(std::move(block));
+        wakeUps = ++waiting().wakeUps;
+        if (application)
+            waiting().wakeUps = 0;
     }
     // One wake-up a block: input and painting get their turn between two blocks.
-    if (QCoreApplication* application = QCoreApplication::instance())
+    for (int i = 0; application && i < wakeUps; ++i)
         QMetaObject::invokeMethod(
             application, [] { runOne(); }, Qt::QueuedConnection);
 }

@@ -10,7 +10,8 @@ namespace quorvane {
 class MainQueue {
 public:
     /// Hands in a block and returns at once. Wrap it with a LifeGuard when it belongs to an object.
-    /// Without an application the block waits until drain(). Thread: any.
+    /// Without an application the block waits until drain(), or until another follows when there is
+    /// one. Thread: any.
     static void async(std::function<void()> block);
 
     /// Runs what is waiting, and what that hands in, until nothing is left. Thread: main.

@@ -294,6 +294,16 @@ TEST_F(Pointer, DraggedOutOfTheViewGivesTheSystemPointerBack)
     EXPECT_FALSE(QGuiApplication::overrideCursor());
 }
 
+TEST_F(Pointer, StaysWithTheHandWhenTheScreenChangesItsSize)
+{
+    press({ 100, 80 });
+    view.resize(500, 200);
+    screen(); // Hears of it when it is drawn.
+
+    EXPECT_EQ(overlay().frame(), QRectF(100, 200 - 80 - 64, 64, 64));
+    EXPECT_EQ(screen().pixel(100, 80), kGreen);
+}
+
 TEST_F(Pointer, GoesWhenTheWindowIsNoLongerTheActiveOne)
 {
     press({ 10, 10 });

@@ -57,6 +57,22 @@ TEST_F(Zoom, TakesASecondAndIsBusyMeanwhile)
     EXPECT_EQ(clock.validTimers(), 0);
 }
 
+TEST_F(Zoom, ThatIsStillGrowingCanBeDraggedNoFartherThanItsEdges)
+{
+    show({ 500, 300 });
+    view.zoomIn();
+    clock.advance(300ms);
+
+    view.panX(1000, 1000);
+    const QRectF rect = view.mCurrentLayer()
+                            .presentation(secondsFromDuration(clock.now().time_since_epoch()))
+                            .rect();
+    EXPECT_LE(rect.left(), 0.01);
+    EXPECT_GE(rect.right(), 500);
+    EXPECT_LE(rect.top(), 0.01);
+    EXPECT_GE(rect.bottom(), 300);
+}
+
 TEST_F(Zoom, OneGivesEachPixelAPoint)
 {
     show({ 1000, 900 });
@@ -82,7 +98,8 @@ TEST_F(Zoom, OffLeadsBackToTheFittedPlace)
 TEST_F(Zoom, LetsThePictureBeMovedAsLongAsItCoversTheView)
 {
     show({ 400, 300 });
-    view.zoomIn(); // 600 x 450: 50 points stand out on either side, 75 above and below.
+    view.zoomIn();
+    clock.advance(2s); // 600 x 450: 50 points stand out on either side, 75 above and below.
 
     view.panX(20, 30);
     EXPECT_EQ(layer().position(), QPointF(270, 120));
@@ -96,6 +113,7 @@ TEST_F(Zoom, MovesANarrowPictureUpAndDownOnly)
 {
     show({ 100, 300 });
     view.zoomIn();
+    clock.advance(2s);
 
     view.panX(50, 10);
 

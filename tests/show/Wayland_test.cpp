@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The show on a Wayland desktop of two screens.
+#include "Pictures.h"
+#include "ShowTest.h"
+#include "Viewer.h"
+#include "WaylandDesktop.h"
+
+#include <thread>
+
+namespace quorvane::show {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+struct Wayland : testing::Test {
+    WaylandDesktop desktop;
+    PictureFolder pictures;
+    std::optional<Viewer> viewer;
+
+    void SetUp() override
+    {
+        const QStringList missing = WaylandDesktop::missingTools();
+        if (!missing.isEmpty() && qgetenv("CI") != "true")
+            GTEST_SKIP() << "needs " << missing.join(QStringLiteral(", ")).toStdString();
+        ASSERT_TRUE(desktop.start());
+        viewer.emplace(nullptr);
+        viewer->setVariable("WAYLAND_DISPLAY", desktop.displayName());
+        viewer->setVariable("QT_QPA_PLATFORM", QByteArrayLiteral("wayland"));
+        pictures.writeSolid("1.png", kRed, { 1280, 768 });
+        pictures.writeSolid("2.png", kGreen, { 1280, 768 });
+        QVariantMap settings = ShowTest::plainSettings();
+        settings.insert(QStringLiteral("ImageFitMode"), QStringLiteral("FitModeStretch"));
+        viewer->writeSettings(settings);
+        viewer->start({ pictures.path() });
+    }
+
+    [[nodiscard]] testing::AssertionResult becomes(
+        const QString& what, const std::function<bool()>& condition)
+    {
+        const auto end = std::chrono::steady_clock::now() + kWaitLimit;
+        while (!condition()) {
+            if (!viewer->running())
+                return testing::AssertionFailure()
+                    << what.toStdString()
+                    << ": the viewer ended: " << viewer->standardError().constData();
+            if (std::chrono::steady_clock::now() > end)
+                return testing::AssertionFailure()
+                    << what.toStdString() << ": " << saveScreen(desktop.image()).toStdString();
+            std::this_thread::sleep_for(50ms);
+        }
+        return testing::AssertionSuccess();
+    }
+
+    /// The show covers this output and nothing else.
+    [[nodiscard]] testing::AssertionResult covers(QRect screen, Pixel colour)
+    {
+        const QRect other
+            = screen == WaylandDesktop::kFirst ? WaylandDesktop::kSecond : WaylandDesktop::kFirst;
+        return becomes(QStringLiteral("the show on one screen alone"), [&] {
+            const QImage image = desktop.image();
+            const auto at = [&](QPoint where) { return Pixel { image.pixel(where) & 0xffffffU }; };
+            return at(screen.center()) == colour && at(screen.topLeft() + QPoint(2, 2)) == colour
+                && at(screen.bottomRight() - QPoint(2, 2)) == colour
+                && at(other.center()) == kDesktop;
+        });
+    }
+
+    bool isFullScreen() const
+    {
+        return desktop.windows().contains("\"app_id\": \"com.quorvane.Quorvane\"")
+            && desktop.windows().contains("\"fullscreen_mode\": 1");
+    }
+};
+
+TEST_F(Wayland, ShowCoversTheScreenStepsAndEnds)
+{
+    ASSERT_TRUE(covers(WaylandDesktop::kFirst, kRed));
+    desktop.key({ "Right" });
+    EXPECT_TRUE(covers(WaylandDesktop::kFirst, kGreen));
+
+    desktop.key({ "ctrl", "q" });
+    const auto status = viewer->waitForExit(kWaitLimit);
+    EXPECT_EQ(status, (ExitStatus { 0, 0 }));
+}
+
+TEST_F(Wayland, ShowMovesToTheScreenThatIsChosen)
+{
+    ASSERT_TRUE(covers(WaylandDesktop::kFirst, kRed));
+    desktop.key({ "ctrl", "d" });
+    ASSERT_TRUE(becomes(QStringLiteral("the chooser in front"),
+        [&] { return desktop.colourAt(WaylandDesktop::kFirst.center()) != kRed; }));
+    std::this_thread::sleep_for(300ms);
+    desktop.key({ "Right" });
+    desktop.key({ "Return" });
+    EXPECT_TRUE(covers(WaylandDesktop::kSecond, kRed));
+}
+
+TEST_F(Wayland, ShowBecomesAWindowAndCoversTheScreenAgain)
+{
+    ASSERT_TRUE(covers(WaylandDesktop::kFirst, kRed));
+    desktop.key({ "F11" });
+    ASSERT_TRUE(becomes(QStringLiteral("a menu bar above the slide"), [&] {
+        return desktop.colourAt({ 640, 5 }) != kRed;
+    }));
+    desktop.key({ "F11" });
+    EXPECT_TRUE(covers(WaylandDesktop::kFirst, kRed));
+}
+
+} // namespace
+
+} // namespace quorvane::show
