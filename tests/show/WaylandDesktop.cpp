@@ -87,6 +87,8 @@ testing::AssertionResult WaylandDesktop::start()
     if (!isUp)
         return testing::AssertionFailure()
             << "sway offers no display: " << contentsOf(path("sway.err")).constData();
+    // Without a keyboard no window has it, and all become inactive when the last one goes.
+    mKeyboard = startTool({ "wtype", "-s", "3600000" }, "keyboard");
     return testing::AssertionSuccess();
 }
 
@@ -121,6 +123,11 @@ QByteArray WaylandDesktop::run(std::vector<QByteArray> command) const
 }
 
 QByteArray WaylandDesktop::windows() const { return run({ "swaymsg", "-r", "-t", "get_tree" }); }
+
+void WaylandDesktop::focus(const QByteArray& title) const
+{
+    run({ "swaymsg", "[title=\"" + title + "\"]", "focus" });
+}
 
 QImage WaylandDesktop::image() const
 {

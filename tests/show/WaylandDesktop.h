@@ -34,6 +34,9 @@ public:
     /// Presses and releases keys, by their names: { "ctrl", "d" } or { "Right" }.
     void key(std::initializer_list<const char*> chord) const;
 
+    /// Gives the window with this title the keyboard.
+    void focus(const QByteArray& title) const;
+
     /// What the compositor says of its windows, as JSON.
     QByteArray windows() const;
 
@@ -45,6 +48,7 @@ private:
 
     QTemporaryDir mFolder;
     std::unique_ptr<ChildProcess> mCompositor;
+    std::unique_ptr<ChildProcess> mKeyboard; ///< So that there is always one.
 };
 
 } // namespace quorvane::show
