@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ApplicationService.h"
 
+#include "app/BusName.h"
 #include "app/Neighbours.h"
 #include "platform/Clock.h"
 #include "platform/FileURL.h"
@@ -11,9 +12,10 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QGuiApplication>
+#include <QPointer>
 #include <QVariantMap>
 
-#include <limits>
+#include <utility>
 
 namespace quorvane {
 
@@ -28,23 +30,6 @@ constexpr QLatin1String kStartupId { "desktop-startup-id" };
 constexpr QLatin1String kActivationToken { "activation-token" };
 constexpr char kStartupVariable[] = "DESKTOP_STARTUP_ID";
 constexpr char kActivationVariable[] = "XDG_ACTIVATION_TOKEN";
-
-/// The clock handed in decides how long we wait, not the bus.
-constexpr int kForEver = std::numeric_limits<int>::max();
-
-// The bus's own numbers.
-constexpr uint kDoNotQueue = 4;
-constexpr uint kOwner = 1;
-constexpr uint kTaken = 3;
-
-QDBusMessage busMessage(const char* method, const QVariantList& arguments)
-{
-    QDBusMessage message = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
-        QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
-        QString::fromLatin1(method));
-    message.setArguments(arguments);
-    return message;
-}
 
 /// Open, or Activate without files.
 QDBusMessage launchMessage(const Launch& launch)
@@ -184,6 +169,12 @@ public:
         });
     }
 
+    void lookForAnswer()
+    {
+        if (mQuestion && mQuestion->isFinished())
+            mQuestion->waitForFinished(); // Delivers it.
+    }
+
 private:
     void patienceIsOver()
     {
@@ -199,22 +190,19 @@ private:
     {
         // First the object: who has the name is called at once.
         mIsOnBus = SessionBus::connection().registerObject(QString(kPath), this);
-        call(busMessage("RequestName", { QString(kName), kDoNotQueue }),
-            [this](const QDBusMessage& answer) { nameAnswered(answer); });
+        mQuestion = requestBusName(
+            QString(kName), this, [this](BusNameOutcome outcome) { nameAnswered(outcome); });
     }
 
-    void nameAnswered(const QDBusMessage& answer)
+    void nameAnswered(BusNameOutcome outcome)
     {
-        const uint outcome = answer.type() == QDBusMessage::ReplyMessage
-            ? answer.arguments().value(0).toUInt()
-            : 0;
-        if (!mDecided && outcome == kOwner)
-            SessionBus::connection().send(busMessage("ReleaseName", { QString(kName) }));
+        if (!mDecided && outcome == BusNameOutcome::Ours)
+            releaseBusName(QString(kName));
         if (!mDecided)
             return; // Too late: another may be the one by now.
-        if (outcome == kOwner)
+        if (outcome == BusNameOutcome::Ours)
             decide(Role::Shows);
-        else if (outcome == kTaken)
+        else if (outcome == BusNameOutcome::Taken)
             handOver();
         else
             goOnAlone();
@@ -225,7 +213,7 @@ private:
         leaveBus();
         mLimit = mClock.scheduleTimer(
             kNeighbourPatience, Clock::Repetition::Once, [this] { goOnAlone(); });
-        call(launchMessage(mLaunch), [this](const QDBusMessage& answer) {
+        mQuestion = callOnBus(launchMessage(mLaunch), this, [this](const QDBusMessage& answer) {
             if (mDecided && answer.type() == QDBusMessage::ReplyMessage)
                 decide(Role::HandedOver);
             else
@@ -248,17 +236,6 @@ private:
         std::exchange(mDecided, nullptr)(role);
     }
 
-    void call(const QDBusMessage& message, std::function<void(const QDBusMessage&)> answered)
-    {
-        auto* const watcher = new QDBusPendingCallWatcher(
-            SessionBus::connection().asyncCall(message, kForEver), this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [watcher, answered = std::move(answered)] {
-                watcher->deleteLater();
-                answered(watcher->reply());
-            });
-    }
-
     void leaveBus()
     {
         if (std::exchange(mIsOnBus, false))
@@ -270,6 +247,7 @@ private:
     Launch mLaunch;
     std::function<void(Role)> mDecided; ///< Set while it is not decided.
     std::unique_ptr<Timer> mLimit; ///< Of the answer that is awaited.
+    QPointer<QDBusPendingCallWatcher> mQuestion; ///< The last one.
     bool mIsOnBus = false; ///< The object is.
     SessionBus mSession;
 };
@@ -286,6 +264,8 @@ void ApplicationService::start(Launch launch, std::function<void(Role)> decided)
 {
     mBus->start(std::move(launch), std::move(decided));
 }
+
+void ApplicationService::lookForAnswer() { mBus->lookForAnswer(); }
 
 } // namespace quorvane
 

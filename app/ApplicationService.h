@@ -63,8 +63,12 @@ public:
     ApplicationService(const ApplicationService&) = delete;
     ApplicationService& operator=(const ApplicationService&) = delete;
 
-    /// Once. \param decided  called once and later, from the event loop.
+    /// Once. \param decided  called once and later, from the event loop or from lookForAnswer().
     void start(Launch launch, std::function<void(Role)> decided);
+
+    /// Decides at once if the bus has answered already. A show that begins before the event loop
+    /// does has its first slide sooner: else the window comes first, and is painted without.
+    void lookForAnswer();
 
 private:
     class Bus;

@@ -28,6 +28,7 @@ Keys:
   Home                  first picture       Space   stop, and next picture
   Ctrl+2 3 4 5          fit, zoom to fit, fill, stretch
   Ctrl++ 1 0            zoom in, a point for each pixel, zoom off
+  F5  start or stop     F11 window or full screen             F10     menus
   Ctrl+O  open          F1  user guide      Escape  end the show    Ctrl+Q  quit
 )";
 

@@ -2,6 +2,7 @@
 #include "app/MediaPlayerService.h"
 
 #include "app/ApplicationService.h"
+#include "app/BusName.h"
 #include "platform/LifeGuard.h"
 #include "platform/MainQueue.h"
 #include "platform/SessionBus.h"
@@ -12,8 +13,9 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
-#include <QDBusPendingCallWatcher>
 #include <QVariantMap>
+
+#include <utility>
 
 namespace quorvane {
 
@@ -23,10 +25,6 @@ constexpr QLatin1String kPath { "/org/mpris/MediaPlayer2" };
 constexpr QLatin1String kPlayerInterface { "org.mpris.MediaPlayer2.Player" };
 constexpr QLatin1String kNoTrack { "/org/mpris/MediaPlayer2/TrackList/NoTrack" };
 constexpr QLatin1String kTracks { "/com/quorvane/Quorvane/slide/" };
-
-// The bus's own numbers.
-constexpr uint kDoNotQueue = 4;
-constexpr uint kTaken = 3;
 
 QString playerName() { return QStringLiteral("org.mpris.MediaPlayer2.quorvane"); }
 
@@ -243,24 +241,11 @@ private:
     void appear(bool isThere)
     {
         mIsOnBus = isThere && SessionBus::connection().registerObject(QString(kPath), this);
-        if (mIsOnBus)
-            requestName(playerName());
-    }
-
-    void requestName(const QString& name)
-    {
-        QDBusMessage message = QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("RequestName"));
-        message.setArguments({ name, kDoNotQueue });
-        auto* const watcher
-            = new QDBusPendingCallWatcher(SessionBus::connection().asyncCall(message), this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, name] {
-            watcher->deleteLater();
-            const bool isTaken = watcher->reply().type() == QDBusMessage::ReplyMessage
-                && watcher->reply().arguments().value(0).toUInt() == kTaken;
-            if (isTaken && name != secondPlayerName())
-                requestName(secondPlayerName());
+        if (!mIsOnBus)
+            return;
+        requestBusName(playerName(), this, [this](BusNameOutcome outcome) {
+            if (outcome == BusNameOutcome::Taken)
+                requestBusName(secondPlayerName(), this, [](BusNameOutcome) {});
         });
     }
 

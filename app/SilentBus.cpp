@@ -42,7 +42,7 @@ SocketAddress busAddress()
     if (text.isEmpty())
         return addressOf(usual);
     constexpr QByteArrayView kLocal("unix:");
-    const QByteArray first = text.left(text.indexOf(';'));
+    const QByteArray first = text.split(';').constFirst();
     if (!first.startsWith(kLocal))
         return {};
     for (const QByteArray& entry : first.mid(kLocal.size()).split(',')) {

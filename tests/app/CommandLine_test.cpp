@@ -226,6 +226,9 @@ TEST_F(Arguments, MayAskForAProgramOfItsOwn)
     EXPECT_EQ(line.paths, std::vector({ good }));
     EXPECT_FALSE(line.exitStatus);
     EXPECT_FALSE(parse({ "--new-instance" }).exitStatus);
+    EXPECT_TRUE(line.isOnItsOwn);
+    EXPECT_FALSE(parse({ good }).isOnItsOwn);
+    EXPECT_FALSE(parse({ "--", "--new-instance" }).isOnItsOwn);
 }
 
 } // namespace
