@@ -114,11 +114,12 @@ void SlideWindow::layOut()
 {
     QRect room = rect();
     if (mBar) {
+        const int barHeight = mBar->heightForWidth(width());
         mBar->setVisible(mIsInFrame);
-        mBar->setGeometry(0, 0, width(), mBar->heightForWidth(width()));
+        mBar->setGeometry(0, 0, width(), barHeight);
         mBar->raise();
         if (mIsInFrame)
-            room.setTop(mBar->height());
+            room.setTop(barHeight);
     }
     if (mDisplay)
         mDisplay->setGeometry(room);

@@ -77,7 +77,7 @@ private:
 
     KeyHandler mKeyDown;
     QPointer<QWidget> mDisplay;
-    QPointer<QMenuBar> mBar;
+    QMenuBar* mBar = nullptr; ///< A child.
     std::optional<QRect> mWantedFrame; ///< Until the frame's own size is known.
     QSize mCoveredSize; ///< Empty in a frame.
     bool mIsInFrame = false;

@@ -10,9 +10,7 @@
 #include "app/Version.h"
 #include "display/SVLayerView.h"
 #include "platform/Decoding.h"
-#include "platform/MainQueue.h"
 #include "platform/ReducedMotion.h"
-#include "platform/SessionBus.h"
 #include "platform/SystemClock.h"
 #include "platform/UserDefaults.h"
 
@@ -33,7 +31,6 @@ using quorvane::ApplicationActions;
 using quorvane::ApplicationService;
 using quorvane::choosePaintingBase;
 using quorvane::Launch;
-using quorvane::MainQueue;
 using quorvane::MediaPlayerService;
 using quorvane::Neighbours;
 using quorvane::PlayerActions;
@@ -108,7 +105,8 @@ public:
         : mApplication(application)
         , mLaunch(launch)
     {
-        // First of all: the bus answers while the rest is made.
+        // First of all: the bus answers while the rest is made. Not before the windows' library is
+        // there: it would lose events to the bus's own thread.
         if (neighbours)
             askBus(*neighbours);
         mDefaults.emplace(settingsPath());
@@ -156,7 +154,6 @@ private:
             if (mIsReady)
                 begin();
         });
-        MainQueue::drain(); // The bus was reached while the windows' library started.
     }
 
     void begin()
@@ -252,9 +249,6 @@ int main(int argc, char** argv)
         neighbours.leave();
     avoidSilentBus(neighbours);
     const Launch launch = Launch::withPaths(line.paths);
-    // Nobody waits for this either.
-    quorvane::SessionBus bus;
-    bus.reach([](bool) {});
 
     argc = std::min(argc, 1); // The options are ours; Qt's come by its environment variables.
     QCoreApplication::setApplicationName(QStringLiteral("quorvane"));
