@@ -2,7 +2,7 @@
 #include "app/ApplicationService.h"
 
 #include "app/BusName.h"
-#include "app/Neighbours.h"
+#include "platform/Neighbours.h"
 #include "platform/Clock.h"
 #include "platform/FileURL.h"
 #include "platform/SessionBus.h"

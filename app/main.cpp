@@ -3,9 +3,9 @@
 #include "app/ApplicationService.h"
 #include "app/CommandLine.h"
 #include "app/MediaPlayerService.h"
-#include "app/Neighbours.h"
+#include "platform/Neighbours.h"
 #include "app/RealDesktop.h"
-#include "app/SilentBus.h"
+#include "platform/SilentBus.h"
 #include "app/SlideController.h"
 #include "app/Version.h"
 #include "display/SVLayerView.h"
@@ -140,7 +140,7 @@ private:
 
     static QByteArray settingsPath()
     {
-        const QByteArray path = UserDefaults::standardPath();
+        QByteArray path = UserDefaults::standardPath();
         if (path.isEmpty())
             qWarning("There is no home folder: settings are not kept.");
         return path;

@@ -30,7 +30,7 @@ QByteArray openGLRenderer()
         return {};
     const auto* const name
         = reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER));
-    const QByteArray renderer(name);
+    QByteArray renderer(name);
     context.doneCurrent();
     return renderer;
 }

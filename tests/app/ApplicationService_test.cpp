@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ApplicationService.h"
-#include "app/Neighbours.h"
+#include "platform/Neighbours.h"
 #include "platform/MainQueue.h"
 #include "platform/SessionBus.h"
 #include "support/ManualClock.h"

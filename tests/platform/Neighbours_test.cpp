@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/Neighbours.h"
+#include "platform/Neighbours.h"
 
 #include <QTemporaryDir>
 

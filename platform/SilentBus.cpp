@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/SilentBus.h"
+#include "platform/SilentBus.h"
 
 #include "platform/FileDescriptor.h"
 
