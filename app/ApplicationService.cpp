@@ -2,9 +2,9 @@
 #include "app/ApplicationService.h"
 
 #include "app/BusName.h"
-#include "platform/Neighbours.h"
 #include "platform/Clock.h"
 #include "platform/FileURL.h"
+#include "platform/Neighbours.h"
 #include "platform/SessionBus.h"
 
 #include <QDBusAbstractAdaptor>

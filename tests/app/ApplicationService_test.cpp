@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ApplicationService.h"
-#include "platform/Neighbours.h"
 #include "platform/MainQueue.h"
+#include "platform/Neighbours.h"
 #include "platform/SessionBus.h"
 #include "support/ManualClock.h"
 #include "support/PrivateBus.h"

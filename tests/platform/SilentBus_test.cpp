@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/SilentBus.h"
 #include "platform/FileDescriptor.h"
+#include "platform/SilentBus.h"
 #include "support/PrivateBus.h"
 
 #include <sys/socket.h>
