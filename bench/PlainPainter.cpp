@@ -59,6 +59,7 @@ void drawTurned(QPainter& painter, const QImage& picture, double degrees)
 {
     painter.save();
     painter.translate(0, picture.height());
+    painter.setRenderHint(QPainter::Antialiasing); // As the viewer does.
     painter.rotate(degrees);
     painter.drawImage(0, -picture.height(), picture);
     painter.restore();
