@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/DropTarget.h"
 
-#include "platform/FileURL.h"
+#include "app/ApplicationService.h"
 
 #include <QDropEvent>
 #include <QMimeData>
@@ -14,12 +14,9 @@ std::vector<QByteArray> localFilesOf(const QMimeData& data)
 {
     std::vector<QByteArray> paths;
     for (const QUrl& url : data.urls()) {
-        if (!url.isLocalFile())
-            continue;
-        // Not by way of text: a name need not be UTF-8.
-        const QByteArray path = FileURL::fromEncoded(url.toEncoded()).path();
-        if (path.startsWith('/'))
-            paths.push_back(path);
+        // Not by way of QUrl's own text: a name need not be UTF-8.
+        if (auto path = localPath(QString::fromLatin1(url.toEncoded())))
+            paths.push_back(std::move(*path));
     }
     return paths;
 }

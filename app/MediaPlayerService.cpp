@@ -5,6 +5,7 @@
 #include "app/BusName.h"
 #include "platform/LifeGuard.h"
 #include "platform/MainQueue.h"
+#include "platform/PathRules.h"
 #include "platform/SessionBus.h"
 #include "platform/TypeIdentifier.h"
 
@@ -47,9 +48,7 @@ QStringList mimeTypes()
 /// is text.
 QString titleOf(const FileURL& slide)
 {
-    const QByteArray name = slide.path().mid(slide.path().lastIndexOf('/') + 1);
-    const auto dot = name.lastIndexOf('.');
-    return QString::fromUtf8(dot > 0 ? name.left(dot) : name);
+    return QString::fromUtf8(deletingPathExtension(lastPathComponent(slide.path()).toByteArray()));
 }
 
 QVariantMap metadataOf(const std::optional<FileURL>& slide, quint64 number)

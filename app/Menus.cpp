@@ -172,21 +172,21 @@ void Menus::validate() const
     item("WindowMode")->setShortcut(isFullScreen ? toggle : QKeySequence());
 }
 
-QMenuBar* Menus::makeMenuBar(QWidget& window) const
+QMenuBar* Menus::makeMenuBar(QWidget& window)
 {
     auto* const bar = new QMenuBar(&window);
     bar->setNativeMenuBar(false); // It stands where the person looks, on every desktop.
     for (QMenu* const menu : mMenus)
         bar->addMenu(menu);
+    window.installEventFilter(this);
+    validate();
     return bar;
 }
 
-void Menus::addKeys(QWidget& window)
+void Menus::addKeys(QWidget& window) const
 {
     for (const Command& command : kCommands)
         window.addAction(item(command.name));
-    window.installEventFilter(this);
-    validate();
 }
 
 void Menus::openContextMenu(QPoint where) const { mContextMenu->popup(where); }

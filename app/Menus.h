@@ -37,11 +37,12 @@ public:
     explicit Menus(SlideController& controller);
     ~Menus() override;
 
-    /// A bar with all menus, for a window. Owned by `window`.
-    QMenuBar* makeMenuBar(QWidget& window) const;
+    /// A bar with all menus, for a window, which has the keys of all commands from now on. Owned by
+    /// `window`.
+    QMenuBar* makeMenuBar(QWidget& window);
 
-    /// Gives `window` the keys of all commands, whether it has a bar or not.
-    void addKeys(QWidget& window);
+    /// Keeps the keys of `window` even while its bar is hidden.
+    void addKeys(QWidget& window) const;
 
     /// Opens the menu of the show at a place of the screen.
     void openContextMenu(QPoint where) const;

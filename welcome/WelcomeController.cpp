@@ -78,12 +78,18 @@ void WelcomeController::addKeys()
 {
     auto* const open = new QShortcut(QKeySequence(QKeySequence::Open), this);
     connect(open, &QShortcut::activated, this, &WelcomeController::OpenFolder);
-    for (const QKeySequence& key :
-        { QKeySequence(Qt::CTRL | Qt::Key_Q), QKeySequence(Qt::CTRL | Qt::Key_W) })
-        connect(new QShortcut(key, this), &QShortcut::activated, this, &QWidget::close);
+    auto* const quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
+    connect(quit, &QShortcut::activated, this, &QWidget::close);
+    mKeysOfMenus = { open, quit };
+    auto* const close = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_W), this);
+    connect(close, &QShortcut::activated, this, &QWidget::close);
 }
 
-void WelcomeController::setMenuBar(QWidget* bar) { layout()->setMenuBar(bar); }
+void WelcomeController::setMenuBar(QWidget* bar)
+{
+    qDeleteAll(std::exchange(mKeysOfMenus, {})); // A key that two answer is answered by none.
+    layout()->setMenuBar(bar);
+}
 
 void WelcomeController::loadRecents(const std::vector<QByteArray>& paths)
 {

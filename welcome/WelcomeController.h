@@ -12,6 +12,7 @@
 class QBoxLayout;
 class QLabel;
 class QListWidgetItem;
+class QShortcut;
 
 namespace Ui {
 class Welcome;
@@ -49,7 +50,8 @@ public:
     /// Not owned; null for none.
     void setDelegate(WelcomeControllerDelegate* delegate) { mDelegate = delegate; }
 
-    /// \param bar  stands at the window's upper edge and becomes its child.
+    /// \param bar  stands at the window's upper edge and becomes its child. Brings the keys for
+    /// opening and quitting along.
     void setMenuBar(QWidget* bar);
 
     /// Replaces the list of recent folders. Waits for none of them.
@@ -90,6 +92,7 @@ private:
     void stripChanged(const QByteArray& folder);
     void describe(QListWidgetItem& item) const;
 
+    QList<QShortcut*> mKeysOfMenus; ///< As long as there is no menu bar.
     WelcomeControllerDelegate* mDelegate = nullptr;
     RecentsView* mRecentsTableView = nullptr;
     QLabel* mVersionText = nullptr;

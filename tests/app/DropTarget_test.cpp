@@ -38,12 +38,14 @@ bool drop(QWidget& window, const QMimeData& data)
 TEST(LocalFiles, AreThePathsOfWhatLiesHere)
 {
     QMimeData data;
-    data.setUrls(urls({ "file:///a%20b/c%25d.png", "https://example.org/x.png",
-        "file:///not-utf8-%ff.jpg", "file://localhost/here.png", "file://server/share/y.png" }));
+    data.setUrls(
+        urls({ "file:///a%20b/c%25d.png", "https://example.org/x.png", "file:///not-utf8-%ff.jpg",
+            "file:///semi;colon.png", "file://localhost/here.png", "file://server/share/y.png" }));
     const auto paths = localFilesOf(data);
-    ASSERT_GE(paths.size(), 2U);
+    ASSERT_GE(paths.size(), 3U);
     EXPECT_EQ(paths.at(0), "/a b/c%d.png");
     EXPECT_EQ(paths.at(1), "/not-utf8-\xff.jpg");
+    EXPECT_EQ(paths.at(2), "/semi;colon.png") << "no parameter of an address";
     for (const QByteArray& path : paths)
         EXPECT_FALSE(path.contains("server") || path.contains("example")) << path.constData();
 }

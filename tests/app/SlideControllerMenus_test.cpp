@@ -174,6 +174,37 @@ TEST_F(Menu, ItemIsBroughtUpToDateBeforeItsKeyActs)
     EXPECT_TRUE(item("WindowMode")->shortcuts().isEmpty());
 }
 
+TEST_F(Menu, KeysWorkInTheWelcomeWindowToo)
+{
+    controller->ShowWelcomeScreen();
+    auto& welcome = *visibleWindow<WelcomeController>();
+    activate(welcome, [] {});
+
+    pressKey(welcome, Qt::Key_K, Qt::ControlModifier);
+    EXPECT_TRUE(isPanelVisible());
+    activate(welcome, [] {});
+    pressKey(welcome, Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(nothingLeft, 1);
+    pressKey(welcome, Qt::Key_O, Qt::ControlModifier);
+    EXPECT_TRUE(visibleWindow<OpenPanel>());
+}
+
+TEST_F(Menu, ItemsThatNeedSlidesLeaveTheirKeysAloneInTheWelcomeWindow)
+{
+    show123();
+    controller->endSlideShow();
+    settle();
+    auto& welcome = *visibleWindow<WelcomeController>();
+    QKeyEvent before(QEvent::ShortcutOverride, Qt::Key_Right, Qt::NoModifier);
+    QCoreApplication::sendEvent(&welcome, &before);
+
+    const auto items = welcome.findChild<QMenuBar*>()->actions().at(1)->menu()->actions();
+    const auto next = std::find_if(items.begin(), items.end(),
+        [](const QAction* each) { return each->objectName() == QLatin1String("nextSlide"); });
+    ASSERT_NE(next, items.end());
+    EXPECT_FALSE((*next)->isEnabled());
+}
+
 TEST_F(Menu, TitlesAndKeysAreForEachCommand)
 {
     show123();
