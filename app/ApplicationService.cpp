@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ApplicationService.h"
 
-#include "app/BusName.h"
+#include "platform/BusName.h"
 #include "platform/Clock.h"
 #include "platform/FileURL.h"
 #include "platform/Neighbours.h"

@@ -2,7 +2,7 @@
 #include "app/MediaPlayerService.h"
 
 #include "app/ApplicationService.h"
-#include "app/BusName.h"
+#include "platform/BusName.h"
 #include "platform/LifeGuard.h"
 #include "platform/MainQueue.h"
 #include "platform/PathRules.h"

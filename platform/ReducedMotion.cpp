@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/ReducedMotion.h"
 
+#include "platform/BusName.h"
 #include "platform/SessionBus.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QObject>
 
 namespace quorvane {
@@ -27,9 +27,6 @@ constexpr QLatin1String kInterface { "org.freedesktop.portal.Settings" };
 
 /// The type of ReadAll's answer.
 constexpr QLatin1String kAnswer { "a{sa{sv}}" };
-
-/// Milliseconds. Portals start on demand.
-constexpr int kPatience = 5000;
 
 QDBusMessage question()
 {
@@ -87,11 +84,8 @@ public:
 private Q_SLOTS:
     void ask()
     {
-        auto* const call = new QDBusPendingCallWatcher(
-            SessionBus::connection().asyncCall(question(), kPatience), this);
-        connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
-            mAnswered(wantsReducedMotion(settingsFrom(call->reply())));
-            call->deleteLater();
+        callOnBus(question(), this, [this](const QDBusMessage& answer) {
+            mAnswered(wantsReducedMotion(settingsFrom(answer)));
         });
     }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/BusName.h"
+#include "platform/BusName.h"
 
 #include "platform/SessionBus.h"
 
