@@ -238,6 +238,7 @@ TEST_F(MediaPlayer, TellsWhatHasChangedOnceForEachTurn)
     player->setState(showing("/a/3.png", false));
     player->setState(showing("/a/3.png", true));
     MainQueue::drain();
+    ASSERT_TRUE(tests::waitUntil([this] { return !remote.heard.empty(); }));
     settle();
 
     ASSERT_EQ(remote.heard.size(), 1U);
@@ -267,6 +268,7 @@ TEST_F(MediaPlayer, TellsOfTheEndOfAShow)
 
     player->setState({});
     MainQueue::drain();
+    ASSERT_TRUE(tests::waitUntil([this] { return !remote.heard.empty(); }));
     settle();
 
     ASSERT_EQ(remote.heard.size(), 1U);
