@@ -28,7 +28,7 @@ SlideController::SlideController(
     , mClock(clock)
     , mMakeDisplay(std::move(makeDisplay))
     , mDesktop(std::move(desktop))
-    , mSequence(defaults)
+    , mSequence(defaults, clock)
     , mCurrentScreen(QGuiApplication::primaryScreen())
 {
     mSequence.setDelegate(this);
@@ -101,7 +101,7 @@ void SlideController::fill(
 
 void SlideController::filled()
 {
-    if (mOpenings > 0 || isEnding() || mSequence.count() > 0)
+    if (mOpenings > 0 || isEnding() || mSequence.count() > 0 || mSequence.awaitsFiles())
         return;
     // Nothing that was named can be shown.
     if (mWindow)
@@ -178,6 +178,8 @@ void SlideController::endSlideShow()
         mView->clearImage();
     exitFullScreen();
     setShownURL({});
+    mSeenURL.reset();
+    mReloadTimer.reset();
     mShowsHints = false;
     mSequence.stopCollecting();
     ++mEndedShows;

@@ -196,6 +196,9 @@ private:
     static FileURL hintScreen();
     void openImageURL(const FileURL& url, bool forward);
     void slideCouldNotBeShown(const FileURL& url);
+    void slideIsUnfinished(const FileURL& url);
+    void passOver(bool wasFirst);
+    void reloadUnfinished();
     void readAhead();
     void slideIntervalChanged();
     void setFitMode(QLatin1String mode);
@@ -247,6 +250,8 @@ private:
     std::optional<TimePoint> mLastSlideChange; ///< When the last picture came on screen.
     double mLastSlideTime = 0; ///< Seconds that the one before it stayed.
     TimePoint mLoadBegan; ///< When the last picture was asked for.
+    std::optional<FileURL> mSeenURL; ///< The slide that is on screen.
+    std::unique_ptr<Timer> mReloadTimer; ///< Set while it is being written anew.
     bool mShowsHints = false; ///< The hint screen stands in front of the current slide.
     int mOpenings = 0; ///< Collections handed to the queue whose end has not been heard of.
     bool mQuitsAfterShow = false; ///< The last window was closed by hand.

@@ -24,6 +24,9 @@ constexpr double kShortestInterval = 0.1;
 /// How long the person is left alone with the slide after doing something to it.
 constexpr std::chrono::seconds kDelay { 5 };
 
+/// After which a file that was being written may be finished.
+constexpr std::chrono::seconds kUnfinished { 1 };
+
 /// How long a step waits for a picture that is still being decoded. After that the person has made
 /// up their mind not to see it.
 constexpr std::chrono::seconds kPatience { 1 };
@@ -202,9 +205,13 @@ void SlideController::describeSlide()
 void SlideController::imageWithURLFinished(const FileURL& url)
 {
     if (!mView->ImageOK()) {
-        slideCouldNotBeShown(url);
+        if (mView->isImageUnfinished())
+            slideIsUnfinished(url);
+        else
+            slideCouldNotBeShown(url);
         return;
     }
+    mSeenURL = url;
     const TimePoint now = mClock.now();
     if (mLastSlideChange)
         mLastSlideTime = secondsFromDuration(now - *mLastSlideChange);
@@ -214,18 +221,49 @@ void SlideController::imageWithURLFinished(const FileURL& url)
 
 void SlideController::slideCouldNotBeShown(const FileURL& url)
 {
-    // The step back must not lead from the first slide to the last one.
     const bool isFirst = mSequence.currentIndex() == 0;
     mSequence.remove(url);
+    passOver(isFirst);
+}
+
+/// A slide that comes is passed over until it is finished, then it joins the show as a new one.
+/// What the audience sees already stays as it was seen until it can be shown anew.
+void SlideController::slideIsUnfinished(const FileURL& url)
+{
+    if (mSeenURL == url) {
+        mReloadTimer = mClock.scheduleTimer(
+            kUnfinished, Clock::Repetition::Once, [this] { reloadUnfinished(); });
+        return;
+    }
+    const bool isFirst = mSequence.currentIndex() == 0;
+    mSequence.putOff(url);
+    passOver(isFirst);
+}
+
+void SlideController::reloadUnfinished()
+{
+    const auto timer = std::move(mReloadTimer); // It is running this very block.
+    if (!mSeenURL || mSequence.current() != mSeenURL)
+        return;
+    if (isBusy())
+        slideIsUnfinished(*mSeenURL);
+    else
+        reloadCurrent();
+}
+
+/// The current slide was taken out: the one after it comes. \param wasFirst  the step back must
+/// not lead from the first slide to the last one.
+void SlideController::passOver(bool wasFirst)
+{
     setShownURL({});
     const auto current = mSequence.current();
-    if (isFirst && current) {
+    if (wasFirst && current) {
         openImageURL(*current, true);
     } else if (mSequence.count() > 0) {
         mSequence.previous();
         next();
-    } else if (mOpenings == 0) {
-        endSlideShow(); // The last of them. While files are still being collected, more may come.
+    } else if (mOpenings == 0 && !mSequence.awaitsFiles()) {
+        endSlideShow(); // The last of them. While files are on their way, more may come.
     }
 }
 

@@ -6,6 +6,7 @@
 // The files lie in a temporary folder that is removed again; they are in the page cache. Times are
 // those of the processor, medians of several runs in turn.
 #include "images/CGRectUtils.h"
+#include "platform/SystemClock.h"
 #include "platform/UserDefaults.h"
 #include "sequence/FileSequence.h"
 #include "settings/SettingsCatalogue.h"
@@ -318,7 +319,8 @@ private:
     const QByteArray mMany;
     const QByteArray mFew;
     UserDefaults mDefaults;
-    FileSequence mSequence { mDefaults };
+    SystemClock mClock;
+    FileSequence mSequence { mDefaults, mClock };
     const SlideItems mShuffled = shuffledItems(kMany);
     const SlideItems mMixed = mixedItems(kMany);
     const SlideItems mFewMixed = mixedItems(kFew);

@@ -37,6 +37,9 @@ public:
     /// False when the last request by URL came to nothing.
     virtual bool ImageOK() const = 0;
 
+    /// Whether that was because the file is still being written: it can be asked for again.
+    virtual bool isImageUnfinished() const = 0;
+
     /// Shows nothing.
     virtual void clearImage() = 0;
 

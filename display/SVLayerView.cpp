@@ -123,22 +123,24 @@ void SVLayerView::setImageWithURL(const FileURL& url, bool forward)
     if (mLoad && !(mLoad->url == url))
         SVImageCache::instance().abandonRequest(mLoad->url);
     const quint64 number = ++mLoadCount;
-    auto giveUp = [this, number] { loadFinished(number, nullptr); };
+    auto giveUp = [this, number] { loadFinished(number, nullptr, false); };
     mLoad = Load { url, forward, number,
         mClock.scheduleTimer(kLoadLimit, Clock::Repetition::Once, giveUp) };
-    SVImageCache::instance().requestImageWithURL(
-        url, targetSize(), mLifeGuard.wrap([this, number](const std::shared_ptr<SVImage>& image) {
-            loadFinished(number, image);
+    SVImageCache::instance().requestImageWithURL(url, targetSize(),
+        mLifeGuard.wrap([this, number](const std::shared_ptr<SVImage>& image, auto state) {
+            loadFinished(number, image, state == SVImageCache::FileState::Changing);
         }));
 }
 
-void SVLayerView::loadFinished(quint64 number, const std::shared_ptr<SVImage>& image)
+void SVLayerView::loadFinished(
+    quint64 number, const std::shared_ptr<SVImage>& image, bool isUnfinished)
 {
     if (!mLoad || mLoad->number != number)
         return;
     const FileURL url = mLoad->url;
     const bool forward = mLoad->forward;
     mLoad.reset();
+    mIsImageUnfinished = isUnfinished;
     if (image && mZoom)
         zoomOff();
     if (image)
@@ -176,8 +178,8 @@ void SVLayerView::refresh()
         return;
     const FileURL url = mImage->mURL();
     SVImageCache::removeImageWithURL(url);
-    SVImageCache::instance().requestImageWithURL(
-        url, targetSize(), mLifeGuard.wrap([this, url](const std::shared_ptr<SVImage>& image) {
+    SVImageCache::instance().requestImageWithURL(url, targetSize(),
+        mLifeGuard.wrap([this, url](const std::shared_ptr<SVImage>& image, auto) {
             if (!image || !mImage || !(mImage->mURL() == url))
                 return; // What cannot be read any more stays as it was seen last.
             mImage = image;
@@ -255,7 +257,7 @@ void SVLayerView::prepareCurrentImage()
     mPreparingSize = size;
     SVImageCache::instance().requestImageWithURL(
         mImage->mURL(), [size](QSize) { return size; },
-        mLifeGuard.wrap([this, shown = mImage](const std::shared_ptr<SVImage>& image) {
+        mLifeGuard.wrap([this, shown = mImage](const std::shared_ptr<SVImage>& image, auto) {
             if (mImage != shown)
                 return;
             if (image)

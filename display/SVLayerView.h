@@ -45,6 +45,7 @@ public:
 
     void setDelegate(SVImageDisplayDelegate* delegate) override { mDelegate = delegate; }
     bool ImageOK() const override { return mImageOK; }
+    bool isImageUnfinished() const override { return mIsImageUnfinished; }
     void clearImage() override;
     void zoomIn() override;
     void zoomOne() override;
@@ -190,7 +191,7 @@ private:
 
     void swapImageLayers();
     void resetLayer(Layer& layer);
-    void loadFinished(quint64 number, const std::shared_ptr<SVImage>& image);
+    void loadFinished(quint64 number, const std::shared_ptr<SVImage>& image, bool isUnfinished);
     void prepareCurrentImage();
     std::function<QSize(QSize)> targetSize() const;
     QSize sizeToPrepare() const;
@@ -217,6 +218,7 @@ private:
 
     std::function<bool()> mReducesMotion = [] { return false; };
     bool mImageOK = false;
+    bool mIsImageUnfinished = false;
     bool mZoom = false; ///< The current picture is zoomed.
     bool mTransitionInProgress = false; ///< Something moves, but for the drift.
     std::optional<std::uint64_t> mDriftAnimation; ///< Its identity while it runs.

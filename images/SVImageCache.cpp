@@ -3,7 +3,9 @@
 
 #include "platform/Assertion.h"
 #include "platform/DispatchQueue.h"
+#include "platform/FileStability.h"
 #include "platform/MainQueue.h"
+#include "platform/SystemClock.h"
 
 #include <algorithm>
 #include <atomic>
@@ -31,7 +33,7 @@ DispatchQueue::Priority queuePriority(DecodeRequest::Priority priority)
 
 /// One file being opened and decoded. Owned by mJobs and by whoever works on it.
 struct SVImageCache::Job : std::enable_shared_from_this<Job> {
-    using Finish = std::function<void(Result<DecodeAnswer>)>;
+    using Finish = std::function<void(Result<DecodeAnswer>, FileState)>;
 
     FileURL url;
     std::atomic<DecodeRequest::Priority> priority;
@@ -48,14 +50,18 @@ struct SVImageCache::Job : std::enable_shared_from_this<Job> {
     {
         if (isCancelled || hasBegun.exchange(true))
             return;
-        const auto source = ImageSource::createWithURL(url);
-        if (!source) {
-            finish(fail(ErrorKind::NotReadable, {}));
+        auto file = openForReading(url);
+        if (!file) {
+            finish(fail(ErrorKind::NotReadable, {}), FileState::Settled);
             return;
         }
-        ticket = source->requestImageAtIndex0(
-            [job = shared_from_this()](QSize picture) { return job->sizeFor(picture); }, priority,
-            finish);
+        const auto opened = std::make_shared<OpenedFile>(std::move(*file));
+        ticket = decodeAsync(opened->file,
+            { DecodeRequest::What::Picture,
+                [job = shared_from_this()](QSize picture) { return job->sizeFor(picture); },
+                priority },
+            [job = shared_from_this(), opened, finish](
+                Result<DecodeAnswer> answer) { job->check(opened, std::move(answer), finish); });
         // What happened before there was a ticket.
         setDecodingPriority(ticket, priority);
         if (isCancelled)
@@ -91,6 +97,37 @@ struct SVImageCache::Job : std::enable_shared_from_this<Job> {
     }
 
 private:
+    struct OpenedFile {
+        explicit OpenedFile(FileDescriptor opened)
+            : file(std::move(opened))
+            , version(versionOf(file).value_or(FileVersion()))
+            , wasAtRest(isAtRest(file, version, SystemClock().fileTime()))
+        {
+        }
+
+        FileDescriptor file;
+        FileVersion version;
+        bool wasAtRest;
+    };
+
+    /// A file that somebody writes meanwhile may be read half, and make sense all the same. To ask
+    /// about it takes its time, and the decoder's thread has none.
+    void check(const std::shared_ptr<OpenedFile>& opened, Result<DecodeAnswer> answer,
+        const Finish& finish) const
+    {
+        if (answer && opened->wasAtRest) {
+            finish(std::move(answer), FileState::Settled);
+            return;
+        }
+        DispatchQueue::global().async(
+            [opened, path = url.path(), answer = std::move(answer), finish] {
+                const bool mayBeHalf = mayBeIncomplete(opened->file, opened->version, path,
+                    answer.has_value(), SystemClock().fileTime());
+                finish(answer, mayBeHalf ? FileState::Changing : FileState::Settled);
+            },
+            queuePriority(priority));
+    }
+
     mutable std::mutex mMutex; // Guards the target.
     TargetSize mTarget;
 };
@@ -127,7 +164,7 @@ void SVImageCache::requestImageWithURL(
 {
     const Image found = findImageWithURL(url);
     if (found && isPreparedFor(*found, target)) {
-        done(found);
+        done(found, FileState::Settled);
         return;
     }
     dropReadAhead(url);
@@ -214,20 +251,25 @@ void SVImageCache::join(
 
 void SVImageCache::enqueue(const std::shared_ptr<Job>& job)
 {
-    auto finish = mLifeGuard.wrap(
-        [this, job](const Result<DecodeAnswer>& answer) { finishJob(job, answer); });
-    auto finishOnMain = [finish](Result<DecodeAnswer> answer) {
-        MainQueue::async([finish, answer = std::move(answer)]() mutable { finish(answer); });
+    auto finish = mLifeGuard.wrap([this, job](const Result<DecodeAnswer>& answer, FileState state) {
+        finishJob(job, answer, state);
+    });
+    auto finishOnMain = [finish](Result<DecodeAnswer> answer, FileState state) {
+        MainQueue::async(
+            [finish, answer = std::move(answer), state]() mutable { finish(answer, state); });
     };
     DispatchQueue::global().async(
         [job, finishOnMain] { job->begin(finishOnMain); }, queuePriority(job->priority));
 }
 
-void SVImageCache::finishJob(const std::shared_ptr<Job>& job, const Result<DecodeAnswer>& answer)
+void SVImageCache::finishJob(
+    const std::shared_ptr<Job>& job, const Result<DecodeAnswer>& decoded, FileState state)
 {
     const auto entry = mJobs.find(job->url);
     if (entry == mJobs.end() || entry->second != job)
         return; // Cancelled meanwhile.
+    const bool isWhole = state == FileState::Settled;
+    const auto answer = isWhole ? decoded : Result<DecodeAnswer>(fail(ErrorKind::Damaged, {}));
     Image image = job->isStale ? nullptr : findImageWithURL(job->url);
     if (image && answer) {
         image->setPixels(*answer);
@@ -245,7 +287,7 @@ void SVImageCache::finishJob(const std::shared_ptr<Job>& job, const Result<Decod
     }
     mJobs.erase(entry);
     for (const Completion& done : job->waiting)
-        done(image);
+        done(image, image ? FileState::Settled : state); // One that is kept is whole.
 }
 
 void SVImageCache::dropReadAhead(const FileURL& wanted)

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "images/SVImage.h"
+#include "platform/Decoding.h"
 #include "platform/LifeGuard.h"
+#include "platform/Result.h"
 
 #include <functional>
 #include <memory>
@@ -21,8 +23,15 @@ class SVImageCache {
 public:
     using Image = std::shared_ptr<SVImage>;
 
-    /// Called on the main thread; the picture is nullptr when the file cannot be decoded.
-    using Completion = std::function<void(const Image&)>;
+    /// Whether the file was left alone while it was decoded.
+    enum class FileState {
+        Settled,
+        Changing, ///< It is still being written: there is no picture of it yet.
+    };
+
+    /// Called on the main thread; the picture is nullptr when the file cannot be decoded, or not
+    /// yet.
+    using Completion = std::function<void(const Image&, FileState)>;
 
     /// The device pixels at which a picture of the given size will be shown; called on any thread.
     using TargetSize = std::function<QSize(QSize)>;
@@ -76,7 +85,8 @@ private:
     void join(const std::shared_ptr<Job>& job, const TargetSize& target,
         DecodeRequest::Priority priority);
     void enqueue(const std::shared_ptr<Job>& job);
-    void finishJob(const std::shared_ptr<Job>& job, const Result<DecodeAnswer>& answer);
+    void finishJob(
+        const std::shared_ptr<Job>& job, const Result<DecodeAnswer>& answer, FileState state);
     void dropReadAhead(const FileURL& wanted);
     void forget(const FileURL& url);
 

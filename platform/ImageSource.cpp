@@ -36,10 +36,4 @@ std::optional<QImage> ImageSource::createThumbnailAtIndex0(const ThumbnailOption
     return answer->pixels.image().copy(); // Of its own memory: thumbnails are kept by the thousand.
 }
 
-DecodeTicket ImageSource::requestImageAtIndex0(std::function<QSize(QSize)> sizeFor,
-    DecodeRequest::Priority priority, const DecodeDone& done) const
-{
-    return decodeAsync(mFile, { DecodeRequest::What::Picture, std::move(sizeFor), priority }, done);
-}
-
 } // namespace quorvane

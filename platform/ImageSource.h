@@ -44,11 +44,6 @@ public:
     /// A small picture, upright. Waits for the decoder.
     std::optional<QImage> createThumbnailAtIndex0(const ThumbnailOptions& options) const;
 
-    /// The first picture of the file, upright, without waiting; see decodeAsync().
-    /// \param sizeFor  see DecodeRequest.
-    DecodeTicket requestImageAtIndex0(std::function<QSize(QSize)> sizeFor,
-        DecodeRequest::Priority priority, const DecodeDone& done) const;
-
 private:
     explicit ImageSource(FileDescriptor file);
 

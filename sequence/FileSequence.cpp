@@ -2,25 +2,61 @@
 #include "sequence/FileSequence.h"
 
 #include "platform/DirectoryWalker.h"
+#include "platform/FolderEvents.h"
+#include "platform/MainQueue.h"
 #include "platform/PathRules.h"
 #include "platform/TypeIdentifier.h"
 #include "platform/UserDefaults.h"
+#include "sequence/FolderLook.h"
 #include "settings/SettingsCatalogue.h"
-
-#include <algorithm>
 
 namespace quorvane {
 
-FileSequence::FileSequence(const UserDefaults& defaults, Trash trash, RandomBelow random)
+/// While files are being collected, a look at the folder would list them twice. One that was asked
+/// for meanwhile is made up for.
+class FileSequence::Collecting {
+public:
+    explicit Collecting(FileSequence& sequence)
+        : mSequence(sequence)
+    {
+        ++mSequence.mCollections;
+        mSequence.mCollectedClearings = mSequence.mClearings;
+    }
+
+    ~Collecting()
+    {
+        if (--mSequence.mCollections == 0 && mSequence.mOwesLook.exchange(false))
+            MainQueue::async(mSequence.mLifeGuard.wrap(
+                [sequence = &mSequence] { sequence->updateHotFolder(); }));
+    }
+
+    Collecting(const Collecting&) = delete;
+    Collecting& operator=(const Collecting&) = delete;
+
+private:
+    FileSequence& mSequence;
+};
+
+FileSequence::FileSequence(
+    const UserDefaults& defaults, Clock& clock, Trash trash, RandomBelow random)
     : mDefaults(defaults)
+    , mClock(clock)
     , mTrash(std::move(trash))
     , mRandom(std::move(random))
+    , mUnfinished(std::make_shared<UnfinishedFiles>())
 {
+}
+
+FileSequence::~FileSequence()
+{
+    if (const auto watch = currentWatch())
+        watch->isOver = true; // A look that is under way ends.
 }
 
 void FileSequence::addURLs(const std::vector<FileURL>& urls)
 {
-    beginCollecting();
+    const Collecting collecting(*this);
+    mAllowHotFolder = urls.size() == 1;
     for (const FileURL& url : urls)
         addEntry(url);
     sort();
@@ -28,7 +64,8 @@ void FileSequence::addURLs(const std::vector<FileURL>& urls)
 
 void FileSequence::addFiles(const std::vector<QByteArray>& paths)
 {
-    beginCollecting();
+    const Collecting collecting(*this);
+    mAllowHotFolder = paths.size() == 1;
     mAddDirectories = true;
     for (const QByteArray& path : paths)
         addEntry(FileURL(path));
@@ -39,13 +76,13 @@ void FileSequence::addFile(const QByteArray& path) { addURL(FileURL(path)); }
 
 void FileSequence::addURL(const FileURL& url)
 {
-    beginCollecting();
+    const Collecting collecting(*this);
     addEntry(url);
 }
 
 void FileSequence::addDirectory(const QByteArray& path)
 {
-    beginCollecting();
+    const Collecting collecting(*this);
     walk(path);
 }
 
@@ -73,6 +110,10 @@ void FileSequence::addEntry(const FileURL& url)
 void FileSequence::walk(const QByteArray& path)
 {
     mAddDirectories = false;
+    const auto watch = watchFirstFolder(path);
+    const auto watches = watch ? watch->watches : nullptr;
+    if (watches)
+        watches->watch(path);
     const qint64 maxLevel = mDefaults.integerValue(kMaxFolderLevel);
     DirectoryWalker walker(path);
     while (!isCollectingEnded()) {
@@ -82,8 +123,10 @@ void FileSequence::walk(const QByteArray& path)
         const bool isHidden = entry->relativePath.startsWith('.');
         if (isHidden || (maxLevel > 0 && entry->level > maxLevel))
             walker.skipDescendants();
-        else
+        else if (entry->kind != FileKind::Folder)
             addKnownFile(joinPath(path, entry->relativePath), *entry);
+        else if (watches && (maxLevel <= 0 || entry->level < maxLevel))
+            watches->watch(joinPath(path, entry->relativePath));
     }
     mAddDirectories = true;
 }
@@ -108,15 +151,8 @@ bool FileSequence::displayableURL(const FileURL& url)
 
 void FileSequence::addItem(const std::shared_ptr<SlideItem>& item)
 {
-    size_t count = 0;
-    {
-        const std::lock_guard lock(mGuard);
-        if (isCollectingEnded())
-            return;
-        mItems.push_back(item);
-        count = mItems.size();
-    }
-    checkFirstFile(count);
+    if (const auto count = mList->append(item, [this] { return isCollectingEnded(); }))
+        checkFirstFile(*count);
 }
 
 void FileSequence::checkFirstFile(size_t count)
@@ -125,107 +161,19 @@ void FileSequence::checkFirstFile(size_t count)
         myDelegate->firstFileFound();
 }
 
-size_t FileSequence::count() const
-{
-    const std::lock_guard lock(mGuard);
-    return mItems.size();
-}
-
-size_t FileSequence::currentIndex() const
-{
-    const std::lock_guard lock(mGuard);
-    return mCurrentFileIndex;
-}
-
-std::optional<FileURL> FileSequence::at(size_t index) const
-{
-    if (index >= mItems.size())
-        return {};
-    return mItems[index]->mURL();
-}
-
-std::optional<FileURL> FileSequence::current() const
-{
-    const std::lock_guard lock(mGuard);
-    return at(mCurrentFileIndex);
-}
-
-std::optional<FileURL> FileSequence::first()
-{
-    const std::lock_guard lock(mGuard);
-    if (!mItems.empty())
-        mCurrentFileIndex = 0;
-    return at(0);
-}
-
 std::optional<FileURL> FileSequence::next()
 {
-    bool isPastEnd = false;
-    {
-        const std::lock_guard lock(mGuard);
-        if (mItems.empty())
-            return {};
-        ++mCurrentFileIndex;
-        isPastEnd = mCurrentFileIndex >= mItems.size();
-    }
-    if (isPastEnd && mDefaults.stringValue(kEndMode) == kEndModeRewind)
+    const auto isPastEnd = mList->advance();
+    if (!isPastEnd)
+        return {};
+    if (*isPastEnd && mDefaults.stringValue(kEndMode) == kEndModeRewind)
         rewind();
-
-    const std::lock_guard lock(mGuard);
-    if (mCurrentFileIndex >= mItems.size() && !mItems.empty()) { // Else cleared meanwhile.
-        mCurrentFileIndex = mItems.size() - 1;
-        return {};
-    }
-    return at(mCurrentFileIndex);
-}
-
-std::optional<FileURL> FileSequence::previous()
-{
-    const std::lock_guard lock(mGuard);
-    if (mCurrentFileIndex == kBeforeFirst)
-        return {};
-    if (mItems.empty() || mCurrentFileIndex == 0)
-        mCurrentFileIndex = mItems.size();
-    --mCurrentFileIndex; // In an empty list that is kBeforeFirst.
-    return at(mCurrentFileIndex);
-}
-
-std::optional<FileURL> FileSequence::URLAtIndex(size_t index) const
-{
-    const std::lock_guard lock(mGuard);
-    return at(index);
-}
-
-std::optional<FileURL> FileSequence::gotoIndex(size_t index)
-{
-    const std::lock_guard lock(mGuard);
-    if (index < mItems.size())
-        mCurrentFileIndex = index;
-    return at(index);
-}
-
-std::optional<FileURL> FileSequence::atOffset(qint64 offset) const
-{
-    const std::lock_guard lock(mGuard);
-    const auto n = static_cast<qint64>(mItems.size());
-    qint64 index = 0;
-    if (__builtin_add_overflow(static_cast<qint64>(mCurrentFileIndex), offset, &index))
-        return {};
-    if (index >= n)
-        index -= n;
-    if (index < 0)
-        index += n;
-    if (index < 0 || index >= n)
-        return {};
-    return at(static_cast<size_t>(index));
+    return mList->currentBeforeEnd(); // Or nothing, if it was cleared meanwhile.
 }
 
 void FileSequence::rewind()
 {
-    {
-        const std::lock_guard lock(mGuard);
-        mCurrentFileIndex = 0;
-    }
+    mList->gotoStart();
     sort();
 }
 
@@ -239,61 +187,45 @@ bool FileSequence::moveToTrash(const FileURL& url) const { return !url.isEmpty()
 
 std::optional<FileURL> FileSequence::takeOutTrashed(const FileURL& url)
 {
-    {
-        const std::lock_guard lock(mGuard);
-        const auto isTrashed = [&](const auto& item) { return item->mURL() == url; };
-        const auto start = mItems.begin()
-            + static_cast<std::ptrdiff_t>(std::min(mCurrentFileIndex, mItems.size()));
-        auto place = std::find_if(start, mItems.end(), isTrashed);
-        if (place == mItems.end()) { // Sorted, or gone past, meanwhile.
-            place = std::find_if(mItems.begin(), start, isTrashed);
-            if (place != start)
-                --mCurrentFileIndex; // The current slide stays the current one.
-            else
-                place = mItems.end();
-        }
-        if (place != mItems.end())
-            mItems.erase(place);
-        ++mGeneration;
-    }
+    mList->takeOutOne(url);
     rewindFromEnd();
     return current();
 }
 
 void FileSequence::remove(const FileURL& url)
 {
-    {
-        const std::lock_guard lock(mGuard);
-        mTakenOut.push_back(url);
-        std::erase_if(mItems, [&](const auto& item) { return item->mURL() == url; });
-        ++mGeneration;
-    }
+    mList->takeOut(url, true);
     rewindFromEnd();
+}
+
+void FileSequence::putOff(const FileURL& url)
+{
+    mList->takeOut(url, false);
+    rewindFromEnd();
+    mPutOff.insert(url);
+    lookSoon();
 }
 
 void FileSequence::rewindFromEnd()
 {
-    {
-        const std::lock_guard lock(mGuard);
-        if (mCurrentFileIndex < mItems.size() || mCurrentFileIndex == kBeforeFirst)
-            return;
-    }
-    rewind();
+    if (mList->isPastEnd())
+        rewind();
 }
 
 void FileSequence::clear()
 {
-    const std::lock_guard lock(mGuard);
-    mItems.clear();
-    ++mGeneration;
-    ++mClearings;
-    mCurrentFileIndex = 0;
-    mStopCollecting = false;
+    stopHotfolder();
+    mList->clear([this] {
+        ++mClearings;
+        mStopCollecting = false;
+    });
+    mAllowHotFolder = true;
+    MainQueue::async(mLifeGuard.wrap([this] { forgetUnfinished(); }));
 }
 
 void FileSequence::sort()
 {
-    replaceItems([this](SlideItems& items) { sortArray(items); });
+    mList->change([this](SlideItems& items) { sortArray(items); });
 }
 
 void FileSequence::sortArray(SlideItems& items) const
@@ -303,49 +235,19 @@ void FileSequence::sortArray(SlideItems& items) const
 
 void FileSequence::shuffle()
 {
-    replaceItems([this](SlideItems& items) { shuffleItems(items, mRandom); });
+    mList->change([this](SlideItems& items) { shuffleItems(items, mRandom); });
 }
 
 void FileSequence::removeDuplicates()
 {
     std::vector<FileURL> removed;
-    replaceItems([&removed](SlideItems& items) { removed = removeCompanions(items); });
-    const std::lock_guard lock(mGuard);
-    mTakenOut.insert(mTakenOut.end(), removed.begin(), removed.end());
+    mList->change([&removed](SlideItems& items) { removed = removeCompanions(items); });
+    mList->addTakenOut(removed);
 }
 
 void FileSequence::removeDuplicates(SlideItems& items)
 {
-    const std::vector<FileURL> removed = removeCompanions(items);
-    const std::lock_guard lock(mGuard);
-    mTakenOut.insert(mTakenOut.end(), removed.begin(), removed.end());
-}
-
-void FileSequence::replaceItems(const std::function<void(SlideItems&)>& change)
-{
-    // On a copy, without the lock; once more if somebody else changed the list meanwhile. What was
-    // only added goes behind: a queue that fills the list would keep us here until it is done.
-    std::unique_lock lock(mGuard);
-    while (true) {
-        SlideItems items = mItems;
-        const auto count = static_cast<std::ptrdiff_t>(items.size());
-        const quint64 generation = mGeneration;
-        lock.unlock();
-        change(items);
-        lock.lock();
-        if (generation != mGeneration)
-            continue;
-        items.insert(items.end(), mItems.begin() + count, mItems.end());
-        mItems.swap(items);
-        ++mGeneration;
-        return;
-    }
-}
-
-std::vector<FileURL> FileSequence::mRemovedURLs() const
-{
-    const std::lock_guard lock(mGuard);
-    return mTakenOut;
+    mList->addTakenOut(removeCompanions(items));
 }
 
 } // namespace quorvane

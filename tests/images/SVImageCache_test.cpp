@@ -29,7 +29,7 @@ struct Answers {
 
     SVImageCache::Completion completion()
     {
-        return [this](const Image& image) { images.push_back(image); };
+        return [this](const Image& image, auto) { images.push_back(image); };
     }
     size_t count() const { return images.size(); }
 };
@@ -90,8 +90,8 @@ struct SVImageCacheTest : testing::Test {
     bool keeps(const FileURL& url) const
     {
         const auto& images = cache.images();
-        return std::any_of(
-            images.begin(), images.end(), [&](const Image& image) { return image->mURL() == url; });
+        return std::any_of(images.begin(), images.end(),
+            [&](const Image& image) { return image->mURL() == url; });
     }
 
     void request(const FileURL& url)
@@ -470,7 +470,7 @@ TEST_F(SVImageCacheTest, DecodesOnceMoreForARequestOfAnotherSizeThatCameMeanwhil
     cache.requestImageWithURL(url, haltingAt(decoding), answers.completion());
     decoding.waitForArrival();
 
-    cache.requestImageWithURL(url, otherTarget, [&](const Image& image) {
+    cache.requestImageWithURL(url, otherTarget, [&](const Image& image, auto) {
         answers.images.push_back(image);
         EXPECT_EQ(image->getCGImage().size(), kOtherTarget);
     });
@@ -502,7 +502,7 @@ TEST_F(SVImageCacheTest, LetsACompletionAskForMore)
 {
     const FileURL second = red("b.png");
 
-    cache.requestImageWithURL(red("a.png"), smallTarget, [&](const Image& image) {
+    cache.requestImageWithURL(red("a.png"), smallTarget, [&](const Image& image, auto) {
         answers.images.push_back(image);
         request(second);
         cache.abandonRequest(image->mURL());
@@ -916,7 +916,7 @@ TEST_F(SVImageCacheTest, DecodesAfreshWhatIsRequestedAfterAPurge)
 {
     const FileURL url = red();
     const Stop decoding;
-    cache.requestImageWithURL(url, haltingAt(decoding), [](const Image&) { FAIL(); });
+    cache.requestImageWithURL(url, haltingAt(decoding), [](const Image&, auto) { FAIL(); });
     decoding.waitForArrival();
 
     SVImageCache::purge();
@@ -933,7 +933,7 @@ TEST_F(SVImageCacheTest, DecodesAfreshWhatIsRequestedAfterAPurge)
 TEST_F(SVImageCacheTest, TakesNoEarlierDecodingForTheAnswerToALaterRequest)
 {
     const FileURL url = red();
-    cache.requestImageWithURL(url, smallTarget, [](const Image&) { FAIL(); });
+    cache.requestImageWithURL(url, smallTarget, [](const Image&, auto) { FAIL(); });
     DispatchQueue::global().drain();
     drainDecoding(); // Its answer is on the way.
     SVImageCache::purge();

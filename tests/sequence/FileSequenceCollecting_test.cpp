@@ -5,6 +5,7 @@
 #include "sequence/FileSequence.h"
 #include "settings/SettingsCatalogue.h"
 #include "support/ByteFolder.h"
+#include "support/ManualClock.h"
 
 #include <dirent.h>
 #include <gmock/gmock.h>
@@ -77,8 +78,9 @@ protected:
     const TypeIdentifier::DecodersForTesting decoders { pictures() };
     ByteFolder folder;
     UserDefaults defaults;
+    ManualClock clock;
     Listener listener;
-    FileSequence sequence { defaults };
+    FileSequence sequence { defaults, clock };
 };
 
 TEST_F(Collecting, ListsTheDisplayableFilesOfAFolder)

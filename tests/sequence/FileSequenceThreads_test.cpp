@@ -5,6 +5,7 @@
 #include "sequence/FileSequence.h"
 #include "settings/SettingsCatalogue.h"
 #include "support/ByteFolder.h"
+#include "support/ManualClock.h"
 
 #include <gtest/gtest.h>
 
@@ -125,9 +126,10 @@ protected:
         QStringLiteral("png") } };
     ByteFolder folder;
     UserDefaults defaults;
+    ManualClock clock;
     Counter counter;
     std::atomic<bool> isCollected = false;
-    FileSequence sequence { defaults, [](const FileURL&) { return true; } };
+    FileSequence sequence { defaults, clock, [](const FileURL&) { return true; } };
 };
 
 TEST_P(SequenceOfTwoThreads, StaysWhole)

@@ -5,6 +5,7 @@
 #include "sequence/FileSequence.h"
 #include "settings/SettingsCatalogue.h"
 #include "support/ByteFolder.h"
+#include "support/ManualClock.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -90,12 +91,13 @@ protected:
         QStringLiteral("png"), QStringLiteral("tif") } };
     ByteFolder folder;
     UserDefaults defaults;
+    ManualClock clock;
     bool canTrash = true;
     std::vector<std::string> trashed;
     std::function<void()> atTrash;
     std::vector<quint32> bounds; ///< That the random source was asked for.
     std::function<void()> atRandom;
-    FileSequence sequence { defaults, [this](const FileURL& url) { return trashFile(url); },
+    FileSequence sequence { defaults, clock, [this](const FileURL& url) { return trashFile(url); },
         [this](quint32 bound) { return random(bound); } };
 };
 
@@ -802,7 +804,8 @@ protected:
     const TypeIdentifier::DecodersForTesting decoders { { QStringLiteral("jpg") } };
     ByteFolder folder;
     UserDefaults defaults;
-    FileSequence sequence { defaults };
+    ManualClock clock;
+    FileSequence sequence { defaults, clock };
 };
 
 TEST_F(SystemTrash, TakesTheFileAway)

@@ -102,6 +102,7 @@ inline void settle()
     for (int i = 0; i < kRounds; ++i) {
         DispatchQueue::global().drain();
         drainDecoding();
+        DispatchQueue::global().drain(); // What was decoded is checked there.
         MainQueue::drain();
     }
 }

@@ -148,6 +148,7 @@ struct ControllerTest : testing::Test {
         for (int i = 0; i < kRounds; ++i) {
             EXPECT_TRUE(controller->waitUntilIdle(std::chrono::minutes(1)));
             drainDecoding();
+            DispatchQueue::global().drain(); // What was decoded may be checked there.
             MainQueue::drain();
             QCoreApplication::sendPostedEvents();
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

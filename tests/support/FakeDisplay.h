@@ -47,6 +47,7 @@ struct FakeScreen {
 
     Answers answers = Answers::AtOnce;
     std::set<std::string> damaged; ///< Names of the files that cannot be shown.
+    std::set<std::string> unfinished; ///< Of those that cannot be shown yet.
     bool isBusy = false; ///< A transition runs.
     bool isOlderRequestLoading = false; ///< As if a picture were being decoded.
     std::function<void()> onAsked;
@@ -89,6 +90,7 @@ public:
     }
 
     bool ImageOK() const override { return mImageOK; }
+    bool isImageUnfinished() const override { return mIsImageUnfinished; }
 
     void clearImage() override
     {
@@ -133,7 +135,8 @@ public:
     {
         const FileURL url = mRequest.value();
         mRequest.reset();
-        mImageOK = !mScreen.damaged.contains(nameOf(url));
+        mIsImageUnfinished = mScreen.unfinished.contains(nameOf(url));
+        mImageOK = !mIsImageUnfinished && !mScreen.damaged.contains(nameOf(url));
         if (mImageOK)
             mScreen.shown = nameOf(url);
         if (mDelegate)
@@ -152,6 +155,7 @@ private:
     SVImageDisplayDelegate* mDelegate = nullptr;
     std::optional<FileURL> mRequest; ///< Not answered yet.
     bool mImageOK = false;
+    bool mIsImageUnfinished = false;
 };
 
 inline std::unique_ptr<SVImageDisplay> FakeScreen::makeDisplay()

@@ -6,6 +6,7 @@
 
 #include <QBuffer>
 #include <QColor>
+#include <QDateTime>
 #include <QFile>
 #include <QImage>
 #include <QTemporaryDir>
@@ -205,6 +206,10 @@ public:
         QFile file(QFile::decodeName(url(name).path()));
         if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
             qFatal("the test cannot write its file");
+        file.flush();
+        // As if long ago: a file that was just written may not be finished.
+        file.setFileTime(
+            QDateTime::fromSecsSinceEpoch(1'000'000'000), QFileDevice::FileModificationTime);
         return url(name);
     }
 
