@@ -198,7 +198,7 @@ private:
     void slideCouldNotBeShown(const FileURL& url);
     void slideIsUnfinished(const FileURL& url);
     void passOver(bool wasFirst);
-    void reloadUnfinished();
+    void reloadUnfinished(const FileURL& url);
     void readAhead();
     void slideIntervalChanged();
     void setFitMode(QLatin1String mode);

@@ -232,7 +232,7 @@ void SlideController::slideIsUnfinished(const FileURL& url)
 {
     if (mSeenURL == url) {
         mReloadTimer = mClock.scheduleTimer(
-            kUnfinished, Clock::Repetition::Once, [this] { reloadUnfinished(); });
+            kUnfinished, Clock::Repetition::Once, [this, url] { reloadUnfinished(url); });
         return;
     }
     const bool isFirst = mSequence.currentIndex() == 0;
@@ -240,13 +240,13 @@ void SlideController::slideIsUnfinished(const FileURL& url)
     passOver(isFirst);
 }
 
-void SlideController::reloadUnfinished()
+void SlideController::reloadUnfinished(const FileURL& url)
 {
     const auto timer = std::move(mReloadTimer); // It is running this very block.
-    if (!mSeenURL || mSequence.current() != mSeenURL)
+    if (mSeenURL != url || mSequence.current() != url)
         return;
     if (isBusy())
-        slideIsUnfinished(*mSeenURL);
+        slideIsUnfinished(url);
     else
         reloadCurrent();
 }

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How long it takes to list, order and step through 100,000 slides.
+// How long it takes to list, order, step through and look again at 100,000 slides.
 //
 // Everything is compared with a limit that is measured in the same run: listing and sorting with a
 // bare walk of the same folder, what should grow with the number of slides with a tenth of them.
 // The files lie in a temporary folder that is removed again; they are in the page cache. Times are
 // those of the processor, medians of several runs in turn.
 #include "images/CGRectUtils.h"
+#include "platform/FolderWatches.h"
 #include "platform/SystemClock.h"
 #include "platform/UserDefaults.h"
 #include "sequence/FileSequence.h"
+#include "sequence/FolderLook.h"
 #include "settings/SettingsCatalogue.h"
 
 #include <QFile>
@@ -35,12 +37,17 @@ namespace {
 constexpr int kRuns = 9;
 constexpr int kFilesOfAFolder = 200;
 constexpr int kManyFolders = 500;
+constexpr int kSomeFolders = 100;
 constexpr int kFewFolders = 50;
 constexpr size_t kMany = size_t(kManyFolders) * kFilesOfAFolder;
+constexpr size_t kSome = size_t(kSomeFolders) * kFilesOfAFolder;
 constexpr size_t kFew = size_t(kFewFolders) * kFilesOfAFolder;
 
 constexpr double kListingLimit = 2.5; ///< Times the bare walk.
 constexpr double kSortingLimit = 1.0; ///< Times the bare walk.
+constexpr double kLookLimit = 1.5; ///< Times the bare walk.
+constexpr double kLinearLimit = 15.0; ///< Times a tenth of the files.
+constexpr double kLookShare = 0.01 * 5e9; ///< Nanoseconds: of one processor, every five seconds.
 constexpr double kCompanionsLimit = 15.0; ///< Times a tenth of the items.
 constexpr double kCallLimit = 1000.0; ///< Nanoseconds.
 constexpr size_t kCalls = 200'000;
@@ -171,6 +178,39 @@ SlideItems mixedItems(size_t count)
     return items;
 }
 
+/// A watched folder, all of whose files are listed.
+class ListedFolder {
+public:
+    ListedFolder(const QByteArray& path, size_t files)
+    {
+        mWatch.folder = path;
+        mWatch.watches = FolderWatches::create();
+        // So far ahead that no file counts as new.
+        mOrder.wallNow = SystemClock().fileTime() + std::chrono::hours(1);
+        SlideList::Snapshot listed;
+        listed.items = lookAt(mWatch, mOrder, listed, {}, mUnfinished).fresh;
+        if (listed.items.size() != files)
+            giveUp("the look missed files");
+        for (const auto& item : listed.items)
+            mList.append(item, [] { return false; });
+    }
+
+    /// That finds nothing new.
+    void look()
+    {
+        const SlideList::Snapshot listed = mList.snapshot();
+        const FolderLook found = lookAt(mWatch, mOrder, listed, {}, mUnfinished);
+        if (!found.fresh.empty() || !found.gone.empty())
+            giveUp("the look found what is not there");
+    }
+
+private:
+    FolderWatch mWatch;
+    LookOrder mOrder;
+    UnfinishedFiles mUnfinished;
+    SlideList mList;
+};
+
 void printHeading()
 {
     std::printf("| %-44s | %10s | %23s | %10s | %6s | %5s | %s\n", "work", "median", "min - max",
@@ -199,16 +239,18 @@ class Bench {
 public:
     explicit Bench(const QByteArray& root)
         : mMany(root + "/many")
+        , mSome(root + "/some")
         , mFew(root + "/few")
     {
         registerDefaultSettings(mDefaults);
         // A step behind the last slide is not to sort: that has a row of its own.
         mDefaults.setValue(kEndMode, QString(kEndModeWait));
-        for (const QByteArray& path : { mMany, mFew }) {
+        for (const QByteArray& path : { mMany, mSome, mFew }) {
             if (mkdir(path.constData(), 0755) != 0)
                 giveUp("cannot make a folder");
         }
         makeFiles(mMany, kManyFolders);
+        makeFiles(mSome, kSomeFolders);
         makeFiles(mFew, kFewFolders);
     }
 
@@ -217,8 +259,14 @@ public:
         // Once for the page cache, the type tables and the memory of the process.
         runLists();
         mWalk = mListing = mFewWalk = mFewListing = {};
+        ListedFolder many(mMany, kMany);
+        ListedFolder some(mSome, kSome);
+        ListedFolder few(mFew, kFew);
         for (int i = 0; i < kRuns; ++i) {
             runLists();
+            mLook.measure([&] { many.look(); });
+            mSomeLook.measure([&] { some.look(); });
+            mFewLook.measure([&] { few.look(); });
             runOrders();
             runCompanions();
             runCalls();
@@ -234,6 +282,10 @@ public:
         printRow("list 100,000 files, ms", mListing, kMillisecond, walk, kListingLimit);
         printRow(
             "list 10,000 files, ms", mFewListing, kMillisecond, mFewWalk.median(), kListingLimit);
+        printRow("look again at 100,000 files, ms", mLook, kMillisecond, walk, kLookLimit);
+        printRow(
+            "the same, against 10,000, ms", mLook, kMillisecond, mFewLook.median(), kLinearLimit);
+        printRow("look again at 20,000 files, ms", mSomeLook, kMillisecond, kLookShare, 1.0);
         printRow("sort 100,000 by name, ms", mByName, kMillisecond, walk, kSortingLimit);
         printRow("sort 100,000 by url, ms", mByURL, kMillisecond, walk, kSortingLimit);
         printRow("sort 100,000 by date, ms", mByDate, kMillisecond, walk, kSortingLimit);
@@ -317,6 +369,7 @@ private:
     }
 
     const QByteArray mMany;
+    const QByteArray mSome;
     const QByteArray mFew;
     UserDefaults mDefaults;
     SystemClock mClock;
@@ -329,6 +382,9 @@ private:
     Times mListing;
     Times mFewWalk;
     Times mFewListing;
+    Times mLook;
+    Times mSomeLook;
+    Times mFewLook;
     Times mByName;
     Times mByURL;
     Times mByDate;

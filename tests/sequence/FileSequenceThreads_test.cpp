@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A sequence that one thread fills while another walks through it.
+// A sequence that one thread fills while another walks through it, looks at its folder, and changes
+// what is there.
+#include "platform/MainQueue.h"
 #include "platform/TypeIdentifier.h"
 #include "platform/UserDefaults.h"
 #include "sequence/FileSequence.h"
@@ -7,7 +9,10 @@
 #include "support/ByteFolder.h"
 #include "support/ManualClock.h"
 
+#include <QCoreApplication>
+
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <array>
 #include <atomic>
@@ -71,7 +76,7 @@ protected:
     void operate(quint32 number)
     {
         const int file = static_cast<int>(number / 100 % kFiles);
-        switch (number % 16) {
+        switch (number % 24) {
         case 0:
             check(sequence.current());
             break;
@@ -109,7 +114,28 @@ protected:
             check(sequence.trash());
             break;
         case 12:
-            EXPECT_LE(sequence.count(), static_cast<size_t>(kFiles + 1) * 3);
+            EXPECT_LE(sequence.count(), static_cast<size_t>(kFiles + 2) * 3);
+            break;
+        case 13:
+            sequence.updateHotFolder();
+            break;
+        case 14:
+            MainQueue::drain();
+            break;
+        case 15:
+            QCoreApplication::processEvents(); // What the kernel tells of the folder.
+            break;
+        case 16:
+            clock.advance(std::chrono::seconds(1));
+            break;
+        case 17:
+            sequence.putOff(folder.url(fileName(file)));
+            break;
+        case 18:
+            folder.file("sub0/comes and goes.jpg");
+            break;
+        case 19:
+            unlink(folder.path("sub0/comes and goes.jpg").constData());
             break;
         default:
             check(sequence.next());
@@ -141,6 +167,7 @@ TEST_P(SequenceOfTwoThreads, StaysWhole)
     collector.join();
 
     EXPECT_GE(counter.firstFiles, 1);
+    unlink(folder.path("sub0/comes and goes.jpg").constData());
     sequence.clear();
     sequence.addURLs({ FileURL(folder.path()) });
     EXPECT_EQ(sequence.count(), static_cast<size_t>(kFiles));

@@ -62,6 +62,10 @@ void PictureFolder::write(const QByteArray& name, const QByteArray& bytes) const
     require(file >= 0
             && ::write(file, bytes.constData(), static_cast<size_t>(bytes.size())) == bytes.size(),
         name);
+    // As if long ago: a file that was just written may not be finished.
+    constexpr timespec kLongAgo { 1'000'000'000, 0 };
+    const timespec times[] = { kLongAgo, kLongAgo };
+    require(futimens(file, times) == 0, name);
     close(file);
 }
 
