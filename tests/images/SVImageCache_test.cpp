@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "images/SVImageCache.h"
+#include "platform/FileDescriptor.h"
 #include "support/BusyPool.h"
 #include "support/GeometryMatchers.h"
 #include "support/HeldDecoder.h"
 #include "support/PictureFiles.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -26,10 +28,14 @@ QSize otherTarget(QSize /*picture*/) { return kOtherTarget; }
 /// Hears the answers to requests, in their order.
 struct Answers {
     std::vector<Image> images;
+    std::vector<SVImageCache::FileState> states;
 
     SVImageCache::Completion completion()
     {
-        return [this](const Image& image, auto) { images.push_back(image); };
+        return [this](const Image& image, auto state) {
+            images.push_back(image);
+            states.push_back(state);
+        };
     }
     size_t count() const { return images.size(); }
 };
@@ -90,8 +96,8 @@ struct SVImageCacheTest : testing::Test {
     bool keeps(const FileURL& url) const
     {
         const auto& images = cache.images();
-        return std::any_of(images.begin(), images.end(),
-            [&](const Image& image) { return image->mURL() == url; });
+        return std::any_of(
+            images.begin(), images.end(), [&](const Image& image) { return image->mURL() == url; });
     }
 
     void request(const FileURL& url)
@@ -325,6 +331,56 @@ TEST_F(SVImageCacheTest, DecodesInTheTargetSizeAndTellsHowLargeThePictureIs)
     EXPECT_EQ(image->getCGImage().size(), kTarget);
     EXPECT_EQ(image->pictureSize(), QSize(64, 48));
     EXPECT_EQ(image->mURL(), files.url("a.png"));
+}
+
+TEST_F(SVImageCacheTest, TellsThatAFileIsStillBeingWritten)
+{
+    const FileURL url = red();
+    const FileDescriptor writer(open(url.path().constData(), O_WRONLY | O_CLOEXEC));
+    files.touch("a.png"); // Just now.
+
+    EXPECT_EQ(requested(url), nullptr);
+    EXPECT_EQ(answers.states, std::vector({ SVImageCache::FileState::Changing }));
+    EXPECT_FALSE(keeps(url));
+}
+
+TEST_F(SVImageCacheTest, TellsThatADamagedFileMayBeUnfinishedWhileItIsNew)
+{
+    const FileURL url = files.write("a.png", "no picture");
+    files.touch("a.png");
+
+    requested(url);
+    EXPECT_EQ(answers.states, std::vector({ SVImageCache::FileState::Changing }));
+
+    answers.states.clear();
+    files.write("a.png", "no picture");
+    requested(url);
+    EXPECT_EQ(answers.states, std::vector({ SVImageCache::FileState::Settled }));
+}
+
+TEST_F(SVImageCacheTest, ShowsAtOnceWhatWasJustWrittenWhenItsWriterIsDone)
+{
+    const FileURL url = red();
+    files.touch("a.png");
+
+    EXPECT_EQ(colourOf(requested(url)), kRed);
+    EXPECT_EQ(answers.states, std::vector({ SVImageCache::FileState::Settled }));
+}
+
+TEST_F(SVImageCacheTest, DoesNotTrustAFileThatIsReplacedWhileItIsDecoded)
+{
+    const FileURL url = red();
+    files.touch("a.png");
+    const Stop decoding;
+    cache.requestImageWithURL(url, haltingAt(decoding), answers.completion());
+    decoding.waitForArrival();
+
+    files.write("a.png", kGreen, { 64, 48 });
+    decoding.release();
+    settle();
+
+    EXPECT_EQ(answers.images.front(), nullptr);
+    EXPECT_EQ(answers.states, std::vector({ SVImageCache::FileState::Changing }));
 }
 
 TEST_F(SVImageCacheTest, DecodesInALargerSizeThanThePictureHas)

@@ -164,6 +164,42 @@ TEST_F(WatchedFolder, APictureInASecondFormatIsShownOnce)
         EXPECT_NE(change.colour, kBlue);
 }
 
+TEST_F(WatchedFolder, AFileThatIsBeingCopiedWhenTheShowBeginsIsNotLost)
+{
+    const QByteArray bytes = encoded(solidPicture(kGreen), "png");
+    const auto half = bytes.size() / 2;
+    pictures.writeSolid("1.png", kRed);
+    pictures.writeSolid("3.png", kBlue);
+    const int file = open(pictures.path("2.png").constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(write(file, bytes.constData(), static_cast<size_t>(half)), half);
+    startWatched();
+    ASSERT_TRUE(ready(kRed));
+    ASSERT_TRUE(leadsTo(XK_Right, kBlue));
+
+    ASSERT_EQ(write(file, bytes.constData() + half, static_cast<size_t>(bytes.size() - half)),
+        bytes.size() - half);
+    close(file);
+
+    EXPECT_TRUE(shows(kGreen));
+}
+
+TEST_F(WatchedFolder, TheOnlyFileOfAShowMayStillBeCopied)
+{
+    const QByteArray bytes = encoded(solidPicture(kGreen), "png");
+    const auto half = bytes.size() / 2;
+    const int file = open(pictures.path("1.png").constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(write(file, bytes.constData(), static_cast<size_t>(half)), half);
+    startWatched();
+    ASSERT_TRUE(shows(kBlack));
+    desktop.pause(milliseconds(1500));
+
+    ASSERT_EQ(write(file, bytes.constData() + half, static_cast<size_t>(bytes.size() - half)),
+        bytes.size() - half);
+    close(file);
+
+    EXPECT_TRUE(shows(kGreen));
+}
+
 struct SlowFile {
     const char* name;
     const char* format;

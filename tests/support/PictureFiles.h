@@ -225,6 +225,15 @@ public:
         return write(name, solid(colour, size));
     }
 
+    /// As if it had just been written.
+    void touch(const QByteArray& name) const
+    {
+        QFile file(QFile::decodeName(url(name).path()));
+        if (!file.open(QIODevice::ReadWrite)
+            || !file.setFileTime(QDateTime::currentDateTime(), QFileDevice::FileModificationTime))
+            qFatal("the test cannot date its file");
+    }
+
     void remove(const QByteArray& name) const
     {
         if (!QFile::remove(QFile::decodeName(url(name).path())))
