@@ -1,18 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The start of the program.
-#include "app/ApplicationService.h"
 #include "app/CommandLine.h"
-#include "app/MediaPlayerService.h"
-#include "app/RealDesktop.h"
-#include "app/SlideController.h"
+#include "app/Program.h"
 #include "app/Version.h"
-#include "display/SVLayerView.h"
 #include "platform/Decoding.h"
 #include "platform/Neighbours.h"
-#include "platform/ReducedMotion.h"
 #include "platform/SilentBus.h"
-#include "platform/SystemClock.h"
-#include "platform/UserDefaults.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -20,31 +13,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
-#include <optional>
 
 namespace {
 
-using namespace std::chrono_literals;
-
-using quorvane::ApplicationActions;
-using quorvane::ApplicationService;
-using quorvane::choosePaintingBase;
 using quorvane::Launch;
-using quorvane::MediaPlayerService;
 using quorvane::Neighbours;
-using quorvane::PlayerActions;
-using quorvane::PlayerState;
-using quorvane::ReducedMotion;
-using quorvane::SlideController;
-using quorvane::SVLayerView;
-using quorvane::SystemClock;
-using quorvane::UserDefaults;
+using quorvane::Program;
 
 constexpr int kNoDisplay = 1;
-
-/// How long the program waits, at its end, for a folder or a file that no longer answers.
-constexpr auto kEndLimit = 2s;
 
 QByteArray currentFolder()
 {
@@ -85,148 +61,6 @@ void avoidSilentBus(const Neighbours& neighbours)
     if (isSilent)
         quorvane::doWithoutSessionBus();
 }
-
-PlayerState playerState(const SlideController& controller)
-{
-    PlayerState state;
-    state.slide = controller.mImageURL();
-    state.isShowing = state.slide && controller.hasSlides();
-    state.isPlaying = controller.isPlaying();
-    if (controller.mHintsScreenShown())
-        state.slide.reset(); // No file of the person's.
-    return state;
-}
-
-/// All that lives as long as the windows' library. Thread: main.
-class Program {
-public:
-    /// \param neighbours  null for a program of its own; else must outlive this, as the others.
-    Program(QApplication& application, Neighbours* neighbours, const Launch& launch)
-        : mApplication(application)
-        , mLaunch(launch)
-    {
-        // First of all: the bus answers while the rest is made. Not before the windows' library is
-        // there: it would lose events to the bus's own thread.
-        if (neighbours)
-            askBus(*neighbours);
-        mDefaults.emplace(settingsPath());
-        mController.emplace(
-            *mDefaults, mClock, [this] { return makeDisplay(); }, quorvane::realDesktop(mClock));
-        mPlayer.emplace(playerActions());
-        connectAll();
-        mController->awakeFromNib();
-        if (mService)
-            mService->lookForAnswer();
-        else
-            mRole = Role::Shows;
-        mIsReady = true;
-        if (mRole)
-            begin();
-    }
-
-    int run()
-    {
-        const int status = QApplication::exec();
-        mService.reset();
-        mController->endSlideShow();
-        const bool isSaved = mDefaults->flush(kEndLimit);
-        if (!mController->waitUntilIdle(kEndLimit))
-            std::_Exit(isSaved ? status : EXIT_FAILURE);
-        return status;
-    }
-
-private:
-    using Role = ApplicationService::Role;
-
-    static QByteArray settingsPath()
-    {
-        QByteArray path = UserDefaults::standardPath();
-        if (path.isEmpty())
-            qWarning("There is no home folder: settings are not kept.");
-        return path;
-    }
-
-    void askBus(Neighbours& neighbours)
-    {
-        mService.emplace(mClock, neighbours, applicationActions());
-        mService->start(mLaunch, [this](Role role) {
-            mRole = role;
-            if (mIsReady)
-                begin();
-        });
-    }
-
-    void begin()
-    {
-        if (mRole == Role::HandedOver) {
-            // The event loop may not have begun.
-            QMetaObject::invokeMethod(&mApplication, &QCoreApplication::quit, Qt::QueuedConnection);
-            return;
-        }
-        if (!mLaunch.paths.empty())
-            mController->openFiles(mLaunch.paths);
-        mController->applicationDidFinishLaunching();
-    }
-
-    std::unique_ptr<SVLayerView> makeDisplay()
-    {
-        auto view
-            = std::make_unique<SVLayerView>(*mDefaults, mClock, choosePaintingBase(*mDefaults));
-        view->setReducesMotion([this] { return mMotion.isReduced(); });
-        return view;
-    }
-
-    /// Nobody calls them before the event loop runs.
-    ApplicationActions applicationActions()
-    {
-        return {
-            .openFiles = [this](const auto& paths) { mController->openFiles(paths); },
-            .activate = [this] { mController->activate(); },
-            .play = [this] { mController->Start(); },
-            .next = [this] { mController->nextSlide(); },
-            .previous = [this] { mController->previousSlide(); },
-        };
-    }
-
-    PlayerActions playerActions()
-    {
-        return {
-            .play = [this] { mController->Start(); },
-            .pause = [this] { mController->Stop(); },
-            .next = [this] { mController->nextSlide(); },
-            .previous = [this] { mController->previousSlide(); },
-            .openFiles = [this](const auto& paths) { mController->openFiles(paths); },
-            .raise = [this] { mController->activate(); },
-            .quit = [this] { mController->quit(); },
-        };
-    }
-
-    void connectAll()
-    {
-        SlideController* const controller = &*mController;
-        QObject::connect(controller, &SlideController::nothingLeft, &mApplication,
-            &QCoreApplication::quit, Qt::QueuedConnection);
-        QObject::connect(&mApplication, &QGuiApplication::applicationStateChanged, controller,
-            [controller](Qt::ApplicationState state) {
-                if (state == Qt::ApplicationActive)
-                    controller->applicationWillBecomeActive();
-            });
-        const auto tell = [this] { mPlayer->setState(playerState(*mController)); };
-        QObject::connect(controller, &SlideController::slideChanged, &*mPlayer, tell);
-        QObject::connect(controller, &SlideController::playingChanged, &*mPlayer, tell);
-    }
-
-    QApplication& mApplication;
-    const Launch& mLaunch;
-    SystemClock mClock;
-    std::optional<Role> mRole; ///< Set once it is decided.
-    bool mIsReady = false; ///< All below is made.
-    std::optional<ApplicationService> mService; ///< None for a program of its own, and at the end.
-    const ReducedMotion mMotion;
-    std::optional<UserDefaults> mDefaults;
-    std::optional<SlideController> mController;
-    std::optional<MediaPlayerService> mPlayer;
-};
 
 } // namespace
 
