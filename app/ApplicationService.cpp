@@ -125,7 +125,7 @@ private:
 
 Launch Launch::withPaths(std::vector<QByteArray> paths)
 {
-    return { std::move(paths), qgetenv(kStartupVariable), qgetenv(kActivationVariable) };
+    return { std::move(paths), qgetenv(kStartupVariable), qgetenv(kActivationVariable), false };
 }
 
 std::optional<QByteArray> localPath(const QString& uri)
@@ -146,7 +146,13 @@ public:
     Bus(Clock& clock, Neighbours& neighbours, ApplicationActions actions)
         : mClock(clock)
         , mNeighbours(neighbours)
+        , mQuit(actions.quit)
     {
+        actions.activate = [this, activate = std::move(actions.activate)] {
+            mIsWanted = true;
+            mWait.reset();
+            activate();
+        };
         new ApplicationAdaptor(this, std::move(actions)); // Owned by this.
     }
 
@@ -159,8 +165,10 @@ public:
     {
         mLaunch = std::move(launch);
         mDecided = std::move(decided);
-        mLimit = mClock.scheduleTimer(
-            kBusPatience, Clock::Repetition::Once, [this] { patienceIsOver(); });
+        // A bus that has started the program is there, however slow.
+        const auto patience = mLaunch.isService ? kServicePatience : kBusPatience;
+        mLimit
+            = mClock.scheduleTimer(patience, Clock::Repetition::Once, [this] { patienceIsOver(); });
         mSession.reach([this](bool isThere) {
             if (!isThere)
                 goOnAlone();
@@ -211,6 +219,10 @@ private:
     void handOver()
     {
         leaveBus();
+        if (mLaunch.isService) {
+            decide(Role::HandedOver); // The calls go to who has the name.
+            return;
+        }
         mLimit = mClock.scheduleTimer(
             kNeighbourPatience, Clock::Repetition::Once, [this] { goOnAlone(); });
         mQuestion = callOnBus(launchMessage(mLaunch), this, [this](const QDBusMessage& answer) {
@@ -233,6 +245,8 @@ private:
     void decide(Role role)
     {
         mLimit.reset();
+        if (mLaunch.isService && role == Role::Shows && !mIsWanted)
+            mWait = mClock.scheduleTimer(kServicePatience, Clock::Repetition::Once, mQuit);
         std::exchange(mDecided, nullptr)(role);
     }
 
@@ -244,7 +258,10 @@ private:
 
     Clock& mClock;
     Neighbours& mNeighbours;
+    const std::function<void()> mQuit;
     Launch mLaunch;
+    bool mIsWanted = false; ///< Somebody asked for a window.
+    std::unique_ptr<Timer> mWait; ///< Of a service that nobody has asked for anything.
     std::function<void(Role)> mDecided; ///< Set while it is not decided.
     std::unique_ptr<Timer> mLimit; ///< Of the answer that is awaited.
     QPointer<QDBusPendingCallWatcher> mQuestion; ///< The last one.

@@ -23,6 +23,10 @@ constexpr std::chrono::milliseconds kBusPatience { 150 };
 /// the one that runs may take for its answer.
 constexpr std::chrono::milliseconds kNeighbourPatience { 2000 };
 
+/// How long a program that the bus has started waits to be asked for something. Ten seconds are the
+/// habit of such services.
+constexpr std::chrono::milliseconds kServicePatience { 10000 };
+
 /// What a program was started for.
 struct Launch {
     /// Takes from the environment what the desktop gave for a window to come to the front. To be
@@ -32,6 +36,7 @@ struct Launch {
     std::vector<QByteArray> paths; ///< Absolute; bytes.
     QByteArray startupId; ///< Of an X11 desktop; empty for none.
     QByteArray activationToken; ///< Of a Wayland desktop; empty for none.
+    bool isService = false; ///< The bus started it, and says by calls what to show.
 };
 
 /// What others may ask of this program. None of them waits.
@@ -41,6 +46,7 @@ struct ApplicationActions {
     std::function<void()> play = [] {};
     std::function<void()> next = [] {};
     std::function<void()> previous = [] {};
+    std::function<void()> quit = [] {}; ///< The bus started the program, and nobody wants it.
 };
 
 /// The path of a file on this machine. \param uri  as another program says it, whatever that is.

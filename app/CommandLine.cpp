@@ -20,6 +20,7 @@ Shows pictures full screen, one after the other.
   -v, --version    show the version and exit
   --formats        list what this build can show and exit
   --new-instance   start a program of its own beside one that runs
+  --dbus-service   show nothing until the session bus says what; for its use
   --               what follows is a name, even if it begins with "-"
 
 Keys:
@@ -49,9 +50,26 @@ QByteArray formats()
 
 bool isOption(const QByteArray& argument) { return argument.size() > 1 && argument[0] == '-'; }
 
-CommandLine ending(int status, const QByteArray& output, const QByteArray& errors)
+CommandLine endingWith(int status, const QByteArray& output, const QByteArray& errors)
 {
-    return { {}, false, output, errors, status };
+    CommandLine line;
+    line.output = output;
+    line.errors = errors;
+    line.exitStatus = status;
+    return line;
+}
+
+/// An option that is all there is to do, or none of ours.
+CommandLine ending(const QByteArray& option)
+{
+    if (option == "-h" || option == "--help")
+        return endingWith(0, kHelp, {});
+    if (option == "--formats")
+        return endingWith(0, formats(), {});
+    if (option == "-v" || option == "--version")
+        return endingWith(0, QByteArray("quorvane ") + kVersion + '\n', {});
+    return endingWith(
+        kUsageError, {}, "quorvane: unknown option: " + option + " (--help lists them)\n");
 }
 
 void addPath(CommandLine& line, const QByteArray& argument, const QByteArray& currentFolder)
@@ -79,17 +97,13 @@ CommandLine parseCommandLine(
             onlyNames = true;
         } else if (argument == "--new-instance") {
             line.isOnItsOwn = true;
-        } else if (argument == "-h" || argument == "--help") {
-            return ending(0, kHelp, {});
-        } else if (argument == "--formats") {
-            return ending(0, formats(), {});
-        } else if (argument == "-v" || argument == "--version") {
-            return ending(0, QByteArray("quorvane ") + kVersion + '\n', {});
+        } else if (argument == "--dbus-service") {
+            line.isService = true;
         } else {
-            return ending(kUsageError, {},
-                "quorvane: unknown option: " + argument + " (--help lists them)\n");
+            return ending(argument);
         }
     }
+    line.isService = line.isService && !namesAny && !line.isOnItsOwn;
     if (namesAny && line.paths.empty())
         line.exitStatus = kNothingToShow;
     return line;

@@ -13,6 +13,7 @@ namespace quorvane {
 struct CommandLine {
     std::vector<QByteArray> paths; ///< Absolute; each of them exists.
     bool isOnItsOwn = false; ///< A program of its own beside one that runs.
+    bool isService = false; ///< Started by the bus: alone with this option.
     QByteArray output; ///< For standard output; lines.
     QByteArray errors; ///< For standard error; lines.
     std::optional<int> exitStatus; ///< Set when the program is to end at once.

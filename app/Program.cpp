@@ -8,6 +8,7 @@
 #include <QApplication>
 
 #include <cstdlib>
+#include <utility>
 
 namespace quorvane {
 
@@ -42,6 +43,7 @@ PlayerState playerState(const SlideController& controller)
 Program::Program(QApplication& application, Neighbours* neighbours, const Launch& launch)
     : mApplication(application)
     , mLaunch(launch)
+    , mAwaitsCall(launch.isService)
 {
     // First of all: the bus answers while the rest is made. Not before the windows' library is
     // there: it would lose events to the bus's own thread.
@@ -92,9 +94,19 @@ void Program::begin()
         QMetaObject::invokeMethod(&mApplication, &QCoreApplication::quit, Qt::QueuedConnection);
         return;
     }
+    if (mLaunch.isService)
+        return; // The call is on its way.
     if (!mLaunch.paths.empty())
         mController->openFiles(mLaunch.paths);
     mController->applicationDidFinishLaunching();
+}
+
+void Program::activate()
+{
+    if (std::exchange(mAwaitsCall, false))
+        mController->applicationDidFinishLaunching();
+    else
+        mController->activate();
 }
 
 std::unique_ptr<SVImageDisplay> Program::makeDisplay()
@@ -109,10 +121,11 @@ ApplicationActions Program::applicationActions()
 {
     return {
         .openFiles = [this](const auto& paths) { mController->openFiles(paths); },
-        .activate = [this] { mController->activate(); },
+        .activate = [this] { activate(); },
         .play = [this] { mController->Start(); },
         .next = [this] { mController->nextSlide(); },
         .previous = [this] { mController->previousSlide(); },
+        .quit = [] { QCoreApplication::quit(); },
     };
 }
 

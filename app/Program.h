@@ -35,6 +35,7 @@ private:
 
     void askBus(Neighbours& neighbours);
     void begin();
+    void activate();
     std::unique_ptr<SVImageDisplay> makeDisplay();
     ApplicationActions applicationActions();
     PlayerActions playerActions();
@@ -45,6 +46,7 @@ private:
     SystemClock mClock;
     std::optional<Role> mRole; ///< Set once it is decided.
     bool mIsReady = false; ///< All below is made.
+    bool mAwaitsCall; ///< The bus started the program, and nobody has asked for anything yet.
     std::optional<ApplicationService> mService; ///< None for a program of its own, and at the end.
     const ReducedMotion mMotion;
     std::optional<UserDefaults> mDefaults;

@@ -81,8 +81,10 @@ int main(int argc, char** argv)
     Neighbours neighbours;
     if (line.isOnItsOwn)
         neighbours.leave();
-    avoidSilentBus(neighbours);
-    const Launch launch = Launch::withPaths(line.paths);
+    if (!line.isService) // Else it has just spoken.
+        avoidSilentBus(neighbours);
+    Launch launch = Launch::withPaths(line.paths);
+    launch.isService = line.isService;
 
     argc = std::min(argc, 1); // The options are ours; Qt's come by its environment variables.
     QCoreApplication::setApplicationName(QStringLiteral("quorvane"));

@@ -15,7 +15,7 @@ declare -A packages=(
     [run]='qt6-qpa-plugins qt6-wayland libqt6svg6 shared-mime-info'
     # To test.
     [test]='libgtest-dev libgmock-dev xvfb openbox x11-utils dbus libx11-dev libxdamage-dev libxtst-dev x11-xserver-utils
-        sway grim wtype
+        desktop-file-utils sway grim wtype
         fonts-dejavu-core
         imagemagick libjpeg-turbo-progs webp libheif-examples libjxl-tools libopenjp2-tools
         librsvg2-bin libraw-bin ffmpeg'

@@ -96,6 +96,7 @@ struct Application : testing::Test {
         actions.play = [this] { done.push_back("play"); };
         actions.next = [this] { done.push_back("next"); };
         actions.previous = [this] { done.push_back("previous"); };
+        actions.quit = [this] { done.push_back("quit"); };
         service = std::make_unique<ApplicationService>(clock, neighbours, actions);
     }
 
@@ -421,6 +422,87 @@ TEST_F(Application, ThatIsGoneDecidesNothing)
     clock.advance(10s);
 
     EXPECT_THAT(roles, IsEmpty());
+}
+
+/// The bus has started it.
+struct ActivatedApplication : Application {
+    void startService()
+    {
+        Launch launch;
+        launch.isService = true;
+        start(launch);
+    }
+};
+
+TEST_F(ActivatedApplication, EndsWhenNobodyAsksForAnythingForTenSeconds)
+{
+    startService();
+    ASSERT_TRUE(decides());
+    ASSERT_THAT(roles, ElementsAre(Role::Shows));
+
+    clock.advance(kServicePatience - 1ms);
+    EXPECT_THAT(done, IsEmpty());
+
+    clock.advance(1ms);
+    EXPECT_THAT(done, ElementsAre("quit"));
+}
+
+TEST_F(ActivatedApplication, StaysOnceItIsAskedForAWindow)
+{
+    startService();
+    ASSERT_TRUE(decides());
+
+    other.call(
+        QStringLiteral("Open"), { QStringList { QStringLiteral("file:///a") }, QVariantMap() });
+    clock.advance(2 * kServicePatience);
+
+    EXPECT_THAT(done, ElementsAre("open", "activate"));
+}
+
+TEST_F(ActivatedApplication, EndsAfterAnActionThatLeadsToNoWindow)
+{
+    startService();
+    ASSERT_TRUE(decides());
+
+    other.call(QStringLiteral("ActivateAction"),
+        { QStringLiteral("play"), QVariantList(), QVariantMap() });
+    clock.advance(kServicePatience);
+
+    EXPECT_THAT(done, ElementsAre("play", "quit"));
+}
+
+TEST_F(ActivatedApplication, WaitsForTheBusThatStartedIt)
+{
+    startService();
+
+    clock.advance(kBusPatience + kNeighbourPatience);
+
+    EXPECT_THAT(roles, IsEmpty());
+    ASSERT_TRUE(decides());
+    EXPECT_TRUE(other.isNameTaken());
+}
+
+TEST_F(ActivatedApplication, LeavesTheCallsToOneThatWasFaster)
+{
+    ASSERT_TRUE(other.takeName());
+    startService();
+    ASSERT_TRUE(decides());
+    ASSERT_TRUE(settle());
+    clock.advance(2 * kServicePatience);
+
+    EXPECT_THAT(roles, ElementsAre(Role::HandedOver));
+    EXPECT_TRUE(other.calls.empty());
+    EXPECT_THAT(done, IsEmpty());
+}
+
+TEST_F(Application, ThatAPersonStartedStaysWithoutBeingAsked)
+{
+    start();
+    ASSERT_TRUE(decides());
+
+    clock.advance(2 * kServicePatience);
+
+    EXPECT_THAT(done, IsEmpty());
 }
 
 TEST(LaunchOfAProgram, TakesWhatTheDesktopGave)

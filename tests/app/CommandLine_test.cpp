@@ -167,7 +167,8 @@ TEST_F(Arguments, AreAllNamedByTheHelp)
 
     const QByteArray help = parse({ "--help" }).output;
 
-    for (const char* const option : { "-h", "--help", "-v", "--version", "--new-instance", "--" })
+    for (const char* const option :
+        { "-h", "--help", "-v", "--version", "--new-instance", "--dbus-service", "--" })
         EXPECT_TRUE(help.contains(option)) << option;
     for (const QByteArray& helpLine : help.split('\n'))
         EXPECT_LE(QString::fromUtf8(helpLine).size(), kColumns) << helpLine.constData();
@@ -229,6 +230,17 @@ TEST_F(Arguments, MayAskForAProgramOfItsOwn)
     EXPECT_TRUE(line.isOnItsOwn);
     EXPECT_FALSE(parse({ good }).isOnItsOwn);
     EXPECT_FALSE(parse({ "--", "--new-instance" }).isOnItsOwn);
+}
+
+TEST_F(Arguments, MayAskForAServiceThatShowsNothingYet)
+{
+    const QByteArray good = write("a.png");
+
+    EXPECT_TRUE(parse({ "--dbus-service" }).isService);
+    EXPECT_FALSE(parse({ "--dbus-service" }).exitStatus);
+    EXPECT_FALSE(parse({}).isService);
+    EXPECT_FALSE(parse({ "--dbus-service", good }).isService);
+    EXPECT_FALSE(parse({ "--dbus-service", "--new-instance" }).isService);
 }
 
 } // namespace

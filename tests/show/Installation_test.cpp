@@ -1,31 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program works where it is installed, and says so when a part of it is missing.
-#include "ShowTest.h"
+#include "InstalledTest.h"
 
-#include <QDir>
-#include <QProcess>
+#include <QFile>
 
 namespace quorvane::show {
 
 namespace {
 
-struct Installation : ShowTest {
-    QTemporaryDir prefix;
-
-    /// Into `prefix`, without what this machine has.
-    testing::AssertionResult install()
-    {
-        QProcess cmake;
-        cmake.setProcessChannelMode(QProcess::MergedChannels);
-        cmake.start(QStringLiteral("cmake"),
-            { QStringLiteral("--install"), QStringLiteral(SHOW_TEST_BUILD),
-                QStringLiteral("--prefix"), prefix.path() });
-        const bool isDone = cmake.waitForFinished(static_cast<int>(kWaitLimit.count()))
-            && cmake.exitStatus() == QProcess::NormalExit && cmake.exitCode() == 0;
-        return isDone ? testing::AssertionSuccess()
-                      : testing::AssertionFailure() << cmake.readAll().toStdString();
-    }
-
+struct Installation : InstalledTest {
     void startInstalled()
     {
         viewer->setProgram(QFile::encodeName(prefix.filePath(QStringLiteral("bin/quorvane"))));
