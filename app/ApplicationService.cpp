@@ -11,7 +11,6 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QGuiApplication>
 #include <QPointer>
 #include <QVariantMap>
 
@@ -52,11 +51,15 @@ QDBusMessage launchMessage(const Launch& launch)
 }
 
 /// On Wayland a window may come to the front only with the token of who was clicked; Qt takes it
-/// from here. On X11 nothing is needed.
+/// from here. Launchers that do not know its name yet send it under that of an X11 desktop's.
 void useToken(const QVariantMap& platformData)
 {
-    const QByteArray token = platformData.value(QString(kActivationToken)).toString().toUtf8();
-    if (!token.isEmpty() && QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+    QByteArray token = platformData.value(QString(kActivationToken)).toString().toUtf8();
+    if (token.isEmpty())
+        token = platformData.value(QString(kStartupId)).toString().toUtf8();
+    if (token.isEmpty())
+        qunsetenv(kActivationVariable); // One that was not used has had its time.
+    else
         qputenv(kActivationVariable, token);
 }
 

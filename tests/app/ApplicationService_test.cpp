@@ -28,6 +28,7 @@ using Role = ApplicationService::Role;
 
 const QString kName = QStringLiteral("com.quorvane.Quorvane");
 const QString kPath = QStringLiteral("/com/quorvane/Quorvane");
+constexpr char kToken[] = "XDG_ACTIVATION_TOKEN";
 const QString kInterface = QStringLiteral("org.freedesktop.Application");
 const QString kOther = QStringLiteral("other");
 
@@ -92,7 +93,10 @@ struct Application : testing::Test {
             done.push_back("open");
             opened = paths;
         };
-        actions.activate = [this] { done.push_back("activate"); };
+        actions.activate = [this] {
+            done.push_back("activate");
+            tokens.push_back(qgetenv(kToken));
+        };
         actions.play = [this] { done.push_back("play"); };
         actions.next = [this] { done.push_back("next"); };
         actions.previous = [this] { done.push_back("previous"); };
@@ -129,6 +133,7 @@ struct Application : testing::Test {
     const SessionBus share; ///< Keeps the connection.
     std::vector<std::string> done; ///< Actions, in order.
     std::vector<QByteArray> opened; ///< By the last of them.
+    std::vector<QByteArray> tokens; ///< That each "activate" had for the windows' library.
     std::vector<Role> roles; ///< As decided.
     std::unique_ptr<ApplicationService> service;
 };
@@ -321,6 +326,24 @@ TEST_F(Application, OpensTheFilesOfAnotherLaunchAndComesToTheFront)
     EXPECT_EQ(answer.type(), QDBusMessage::ReplyMessage);
     EXPECT_THAT(opened, ElementsAre("/a b", "/\xff;x"));
     EXPECT_THAT(done, ElementsAre("open", "activate"));
+}
+
+TEST_F(Application, ComesToTheFrontByTheRightOfWhoWasClicked)
+{
+    const QString token = QStringLiteral("activation-token");
+    const QString startupId = QStringLiteral("desktop-startup-id");
+    start();
+    ASSERT_TRUE(decides());
+
+    other.call(QStringLiteral("Activate"),
+        { QVariantMap { { token, QStringLiteral("a") }, { startupId, QStringLiteral("x") } } });
+    other.call(QStringLiteral("Open"),
+        { QStringList { QStringLiteral("file:///a") },
+            QVariantMap { { startupId, QStringLiteral("b") } } });
+    other.call(QStringLiteral("Activate"), { QVariantMap() });
+
+    EXPECT_THAT(tokens, ElementsAre("a", "b", ""));
+    EXPECT_FALSE(qEnvironmentVariableIsSet(kToken));
 }
 
 TEST_F(Application, PassesOverWhatIsNoFileOfThisMachineWithOneLine)

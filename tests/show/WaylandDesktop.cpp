@@ -129,6 +129,12 @@ void WaylandDesktop::focus(const QByteArray& title) const
     run({ "swaymsg", "[title=\"" + title + "\"]", "focus" });
 }
 
+void WaylandDesktop::moveToSecond(const QByteArray& title) const
+{
+    run({ "swaymsg", "[title=\"" + title + "\"]", "move", "container", "to", "output",
+        "HEADLESS-2" });
+}
+
 QImage WaylandDesktop::image() const
 {
     const QString file = path("screen.ppm");

@@ -37,6 +37,9 @@ public:
     /// Gives the window with this title the keyboard.
     void focus(const QByteArray& title) const;
 
+    /// Takes the window with this title to the second output.
+    void moveToSecond(const QByteArray& title) const;
+
     /// What the compositor says of its windows, as JSON.
     QByteArray windows() const;
 

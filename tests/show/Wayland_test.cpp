@@ -4,6 +4,12 @@
 #include "ShowTest.h"
 #include "Viewer.h"
 #include "WaylandDesktop.h"
+#include "WaylandToken.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <thread>
 
@@ -107,6 +113,107 @@ TEST_F(Wayland, ShowBecomesAWindowAndCoversTheScreenAgain)
     }));
     desktop.key({ "F11" });
     EXPECT_TRUE(covers(WaylandDesktop::kFirst, kRed));
+}
+
+/// The title of the window that has the keyboard, beneath this one.
+QString focusedTitle(const QJsonObject& node)
+{
+    if (node.value(QLatin1String("focused")).toBool())
+        return node.value(QLatin1String("name")).toString();
+    for (const char* const children : { "nodes", "floating_nodes" }) {
+        for (const QJsonValue child : node.value(QLatin1String(children)).toArray()) {
+            const QString title = focusedTitle(child.toObject());
+            if (!title.isEmpty())
+                return title;
+        }
+    }
+    return {};
+}
+
+/// Launches that share a session.
+struct WaylandSecondLaunch : Wayland {
+    QTemporaryDir session;
+    std::optional<Viewer> bus; ///< No viewer, but the bus.
+
+    void SetUp() override
+    {
+        Wayland::SetUp();
+        if (!viewer)
+            return;
+        startBus();
+        share(*viewer);
+        viewer->start({ pictures.path() });
+        ASSERT_TRUE(covers(WaylandDesktop::kFirst, kRed));
+    }
+
+    QByteArray address() const
+    {
+        return "unix:path=" + QFile::encodeName(session.filePath(QStringLiteral("bus")));
+    }
+
+    void startBus()
+    {
+        QFile file(session.filePath(QStringLiteral("bus.conf")));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("<busconfig><type>session</type><listen>" + address()
+            + "</listen><policy context=\"default\"><allow send_destination=\"*\"/>"
+              "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy></busconfig>");
+        file.close();
+        bus.emplace(nullptr);
+        bus->setProgram("dbus-daemon");
+        bus->start({ "--nofork", "--print-address",
+            "--config-file=" + QFile::encodeName(file.fileName()) });
+        ASSERT_TRUE(becomes(QStringLiteral("the bus"),
+            [&] { return bus->standardOutput().contains("unix:path="); }));
+    }
+
+    void share(Viewer& one) const
+    {
+        one.setVariable("DBUS_SESSION_BUS_ADDRESS", address());
+        one.setVariable("XDG_RUNTIME_DIR", QFile::encodeName(session.path()));
+    }
+
+    std::unique_ptr<Viewer> launch(std::vector<QByteArray> arguments, const QByteArray& token = {})
+    {
+        auto other = std::make_unique<Viewer>(nullptr);
+        share(*other);
+        other->setVariable("WAYLAND_DISPLAY", desktop.displayName());
+        other->setVariable("QT_QPA_PLATFORM", QByteArrayLiteral("wayland"));
+        other->setVariable("ASAN_OPTIONS", QByteArrayLiteral("detect_leaks=0"));
+        if (!token.isEmpty())
+            other->setVariable("XDG_ACTIVATION_TOKEN", token);
+        other->writeSettings(ShowTest::plainSettings());
+        other->start(std::move(arguments));
+        return other;
+    }
+
+    bool hasKeyboard(const char* title)
+    {
+        const auto tree = QJsonDocument::fromJson(desktop.windows()).object();
+        return focusedTitle(tree).startsWith(QLatin1String(title));
+    }
+};
+
+TEST_F(WaylandSecondLaunch, BringsTheShowToTheFrontByTheRightOfWhoWasClicked)
+{
+    const auto other = launch({ "--new-instance", pictures.path("2.png") });
+    ASSERT_TRUE(becomes(
+        QStringLiteral("another window"), [&] { return desktop.windows().contains("2.png"); }));
+    desktop.moveToSecond("^2.png"); // Where nothing lies over it, nor it over anything.
+    desktop.focus("^2.png");
+    ASSERT_TRUE(becomes(
+        QStringLiteral("the keyboard for the other"), [&] { return hasKeyboard("2.png"); }));
+
+    const auto unasked = launch({});
+    EXPECT_EQ(unasked->waitForExit(kWaitLimit), (ExitStatus { 0, 0 }));
+    EXPECT_TRUE(hasKeyboard("2.png"));
+
+    const QByteArray token = activationToken(desktop.displayName());
+    ASSERT_FALSE(token.isEmpty());
+    const auto clicked = launch({}, token);
+    EXPECT_EQ(clicked->waitForExit(kWaitLimit), (ExitStatus { 0, 0 }));
+    EXPECT_TRUE(
+        becomes(QStringLiteral("the keyboard for the show"), [&] { return hasKeyboard("1.png"); }));
 }
 
 } // namespace
