@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The session bus starts the program when something is opened from the desktop.
+#include "BusSettings.h"
 #include "InstalledTest.h"
 #include "SessionBusClient.h"
-
-#include <QFile>
 
 namespace quorvane::show {
 
@@ -15,26 +14,17 @@ const QString kName = QStringLiteral("com.quorvane.Quorvane");
 struct BusActivation : InstalledTest {
     QTemporaryDir session;
 
-    QByteArray address() const
-    {
-        return "unix:path=" + QFile::encodeName(session.filePath(QStringLiteral("bus")));
-    }
+    QByteArray address() const { return busAddressIn(session.path()); }
 
     void startBus()
     {
         ASSERT_TRUE(install());
-        QFile file(session.filePath(QStringLiteral("bus.conf")));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("<busconfig><type>session</type><listen>" + address() + "</listen><servicedir>"
-            + QFile::encodeName(prefix.filePath(QStringLiteral("share/dbus-1/services")))
-            + "</servicedir><policy context=\"default\"><allow send_destination=\"*\"/>"
-              "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy></busconfig>");
-        file.close();
         viewer->setProgram("dbus-daemon");
         viewer->setVariable("DBUS_SESSION_BUS_ADDRESS", address());
         viewer->setVariable("XDG_RUNTIME_DIR", QFile::encodeName(session.path()));
-        viewer->start({ "--nofork", "--print-address",
-            "--config-file=" + QFile::encodeName(file.fileName()) });
+        const QByteArray services
+            = QFile::encodeName(prefix.filePath(QStringLiteral("share/dbus-1/services")));
+        viewer->start(busArguments(session.path(), "<servicedir>" + services + "</servicedir>"));
         ASSERT_TRUE(waitWhileRunning(QStringLiteral("the bus"),
             [&] { return viewer->standardOutput().contains("unix:path="); }));
     }

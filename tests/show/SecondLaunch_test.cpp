@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A second launch hands its files to the program that runs, and no bus keeps a show from coming.
+#include "BusSettings.h"
 #include "SessionBusClient.h"
 #include "ShowTest.h"
 
@@ -250,22 +251,12 @@ struct MortalBus : SecondLaunch {
 
     QByteArray startBus()
     {
-        const QByteArray address
-            = "unix:path=" + QFile::encodeName(session.filePath(QStringLiteral("mortal")));
-        QFile file(session.filePath(QStringLiteral("bus.conf")));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("<busconfig><type>session</type><listen>" + address
-            + "</listen><policy context=\"default\"><allow send_destination=\"*\"/>"
-              "<allow receive_sender=\"*\"/>"
-              "<allow own=\"*\"/></policy></busconfig>");
-        file.close();
         bus.emplace(nullptr);
         bus->setProgram("dbus-daemon");
-        bus->start({ "--nofork", "--print-address",
-            "--config-file=" + QFile::encodeName(file.fileName()) });
+        bus->start(busArguments(session.path()));
         EXPECT_TRUE(desktop.waitFor(QStringLiteral("the bus"),
             [&] { return bus->standardOutput().contains("unix:path="); }));
-        return address;
+        return busAddressIn(session.path());
     }
 };
 

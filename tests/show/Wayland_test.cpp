@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The show on a Wayland desktop of two screens.
+#include "BusSettings.h"
 #include "Pictures.h"
 #include "ShowTest.h"
 #include "Viewer.h"
 #include "WaylandDesktop.h"
 #include "WaylandToken.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -146,30 +146,18 @@ struct WaylandSecondLaunch : Wayland {
         ASSERT_TRUE(covers(WaylandDesktop::kFirst, kRed));
     }
 
-    QByteArray address() const
-    {
-        return "unix:path=" + QFile::encodeName(session.filePath(QStringLiteral("bus")));
-    }
-
     void startBus()
     {
-        QFile file(session.filePath(QStringLiteral("bus.conf")));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("<busconfig><type>session</type><listen>" + address()
-            + "</listen><policy context=\"default\"><allow send_destination=\"*\"/>"
-              "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy></busconfig>");
-        file.close();
         bus.emplace(nullptr);
         bus->setProgram("dbus-daemon");
-        bus->start({ "--nofork", "--print-address",
-            "--config-file=" + QFile::encodeName(file.fileName()) });
+        bus->start(busArguments(session.path()));
         ASSERT_TRUE(becomes(QStringLiteral("the bus"),
             [&] { return bus->standardOutput().contains("unix:path="); }));
     }
 
     void share(Viewer& one) const
     {
-        one.setVariable("DBUS_SESSION_BUS_ADDRESS", address());
+        one.setVariable("DBUS_SESSION_BUS_ADDRESS", busAddressIn(session.path()));
         one.setVariable("XDG_RUNTIME_DIR", QFile::encodeName(session.path()));
     }
 
