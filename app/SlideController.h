@@ -115,8 +115,8 @@ public:
     // Screens.
 
     /// The window stands in a frame.
-    bool mWindowModeOn() const { return mWindowMode; }
-    QScreen* mCurrentScreenInUse() const { return mCurrentScreen; }
+    bool isInWindowMode() const { return mWindowMode; }
+    QScreen* currentScreen() const { return mCurrentScreen; }
 
     /// Keeps the display awake, and lets it sleep.
     void windowDidBecomeKey() { mDesktop.keepAwake(true); }

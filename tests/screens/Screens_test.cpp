@@ -26,7 +26,7 @@ struct Screens : ControllerTest {
         controller->awakeFromNib();
     }
 
-    QScreen* screenInUse() const { return controller->mCurrentScreenInUse(); }
+    QScreen* screenInUse() const { return controller->currentScreen(); }
     SlideWindow& window() const { return *controller->mScreenWindow(); }
     QString stored() const { return defaults.stringValue(kScreenRect); }
 
@@ -65,7 +65,7 @@ TEST_F(Screens, InAFrameTheShowTakesTheLowerLeftQuarter)
 
     controller->WindowMode();
 
-    EXPECT_TRUE(controller->mWindowModeOn());
+    EXPECT_TRUE(controller->isInWindowMode());
     EXPECT_FALSE(window().isFullScreen());
     QCoreApplication::processEvents();
     EXPECT_EQ(window().frameGeometry(), QRect(1280, 384, 512, 384));
@@ -87,7 +87,7 @@ TEST_F(Screens, FromItsFrameTheShowCoversTheScreenItWasMovedTo)
     EXPECT_EQ(screenInUse(), right);
     EXPECT_EQ(window().geometry(), right->geometry());
     EXPECT_EQ(stored(), kRightRect);
-    EXPECT_FALSE(controller->mWindowModeOn());
+    EXPECT_FALSE(controller->isInWindowMode());
 }
 
 TEST_F(Screens, FromItsFrameTheShowCoversTheSameScreenAndStoresNothing)
@@ -188,7 +188,7 @@ TEST_F(Screens, TheShowInAFrameCoversItsScreenWhenTheProgramBecomesActiveAgain)
     controller->applicationWillBecomeActive();
     settle();
 
-    EXPECT_FALSE(controller->mWindowModeOn());
+    EXPECT_FALSE(controller->isInWindowMode());
     EXPECT_TRUE(window().isFullScreen());
     EXPECT_EQ(window().geometry(), left->geometry());
 }
