@@ -408,18 +408,6 @@ TEST_F(Controls, FollowTheShow)
     EXPECT_FALSE(play->isEnabled());
 }
 
-TEST_F(Controls, EveryOneHasANameAndIsReachedByTheKeyboard)
-{
-    controller->ShowControls();
-    auto* const panel = visibleWindow<ControlPanel>();
-    for (const char* const name : { "previous", "play", "next", "interval", "open" }) {
-        const auto* const widget = panel->findChild<QWidget*>(QLatin1String(name));
-        ASSERT_TRUE(widget) << name;
-        EXPECT_FALSE(widget->accessibleName().isEmpty()) << name;
-        EXPECT_TRUE(widget->focusPolicy() & Qt::TabFocus) << name;
-    }
-}
-
 TEST_F(Controls, ClosedWithoutAShowLeaveNothing)
 {
     controller->ShowControls();
