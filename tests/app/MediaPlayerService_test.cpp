@@ -113,8 +113,13 @@ struct MediaPlayer : testing::Test {
     /// Both have heard all that was sent.
     void settle()
     {
-        // What the bus passes on from us comes before its answer to the remote's later question.
-        ASSERT_TRUE(tests::waitForRoundTrip(SessionBus::connection(), SessionBus::connection()));
+        // What the bus passes on from us comes before its answer to the remote's later question. A
+        // call to ourselves would not reach the bus.
+        const QString driver = QStringLiteral("org.freedesktop.DBus");
+        const QDBusPendingCall asked
+            = SessionBus::connection().asyncCall(QDBusMessage::createMethodCall(
+                driver, QStringLiteral("/org/freedesktop/DBus"), driver, QStringLiteral("GetId")));
+        ASSERT_TRUE(tests::waitUntil([&] { return asked.isFinished(); }));
         remote.has(kName);
         QCoreApplication::processEvents();
     }
