@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ControlPanel.h"
 
+#include "app/ControlIcons.h"
 #include "app/Stacking.h"
 #include "ui_ControlPanel.h"
 
 #include <QCloseEvent>
+#include <QIcon>
 #include <QSignalBlocker>
-#include <QStyle>
 
 namespace quorvane {
 
@@ -15,9 +16,9 @@ ControlPanel::ControlPanel()
     , mLayout(std::make_unique<Ui::ControlPanel>())
 {
     mLayout->setupUi(this);
-    mLayout->previous->setIcon(style()->standardIcon(QStyle::SP_MediaSkipBackward));
-    mLayout->next->setIcon(style()->standardIcon(QStyle::SP_MediaSkipForward));
-    mLayout->open->setIcon(style()->standardIcon(QStyle::SP_DirOpenIcon));
+    mLayout->previous->setIcon(controlIcon(ControlSymbol::Previous));
+    mLayout->next->setIcon(controlIcon(ControlSymbol::Next));
+    mLayout->open->setIcon(controlIcon(ControlSymbol::Open));
     connect(mLayout->previous, &QToolButton::clicked, this, &ControlPanel::previousWanted);
     connect(mLayout->play, &QToolButton::clicked, this, &ControlPanel::playWanted);
     connect(mLayout->next, &QToolButton::clicked, this, &ControlPanel::nextWanted);
@@ -49,8 +50,7 @@ void ControlPanel::showFloating(const QWidget* show)
 void ControlPanel::setPlaying(bool isPlaying)
 {
     const QString text = isPlaying ? tr("Stop Slideshow") : tr("Start Slideshow");
-    mLayout->play->setIcon(
-        style()->standardIcon(isPlaying ? QStyle::SP_MediaPause : QStyle::SP_MediaPlay));
+    mLayout->play->setIcon(controlIcon(isPlaying ? ControlSymbol::Pause : ControlSymbol::Play));
     mLayout->play->setToolTip(text);
     mLayout->play->setAccessibleName(text);
     mLayout->play->setChecked(isPlaying);
