@@ -5,6 +5,7 @@
 #include "app/ControlPanel.h"
 #include "app/DropTarget.h"
 #include "app/Help.h"
+#include "app/MenuKey.h"
 #include "app/Menus.h"
 #include "app/OpenPanel.h"
 #include "app/ScreenChooser.h"
@@ -214,7 +215,9 @@ void SlideController::ShowWelcomeScreen()
     if (!mWelcomeController) {
         mWelcomeController = std::make_unique<WelcomeController>();
         mWelcomeController->setDelegate(this);
-        mWelcomeController->setMenuBar(mMenus->makeMenuBar(*mWelcomeController));
+        QMenuBar* const bar = mMenus->makeMenuBar(*mWelcomeController);
+        mWelcomeController->setMenuBar(bar);
+        openMenusByKey(*mWelcomeController, *bar);
         takeDrops(*mWelcomeController);
     }
     standBefore(*mWelcomeController, mWindow.get());

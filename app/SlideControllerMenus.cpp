@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // How the commands look in the menus, and the panel that stands for them.
 #include "app/ControlPanel.h"
+#include "app/MenuKey.h"
 #include "app/Menus.h"
 #include "app/SlideController.h"
 #include "app/SlideWindow.h"
@@ -63,7 +64,9 @@ void SlideController::makeControls()
 {
     mControlWindow = std::make_unique<ControlPanel>();
     ControlPanel& panel = *mControlWindow;
-    panel.layout()->setMenuBar(mMenus->makeMenuBar(panel));
+    QMenuBar* const bar = mMenus->makeMenuBar(panel);
+    panel.layout()->setMenuBar(bar);
+    openMenusByKey(panel, *bar);
     takeDrops(panel);
     connect(&panel, &ControlPanel::playWanted, this, &SlideController::Play);
     connect(&panel, &ControlPanel::previousWanted, this, &SlideController::previousSlide);

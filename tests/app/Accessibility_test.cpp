@@ -90,6 +90,23 @@ TEST_F(Accessibility, OfTheShow)
     EXPECT_TRUE(nameOf(window).startsWith(QLatin1String("1.png")));
 }
 
+TEST_F(Accessibility, OfMenusWithoutAMouse)
+{
+    controller->ShowWelcomeScreen();
+    controller->ShowControls();
+    for (QWidget* const window : { static_cast<QWidget*>(&activeWindow<WelcomeController>()),
+             static_cast<QWidget*>(&activeWindow<ControlPanel>()) }) {
+        const auto* const bar = window->findChild<QMenuBar*>();
+        activate(*window, [] {});
+
+        pressKey(*window, Qt::Key_F10);
+
+        EXPECT_EQ(bar->activeAction(), bar->actions().constFirst());
+        if (QWidget* const menu = QApplication::activePopupWidget())
+            menu->close();
+    }
+}
+
 /// What the judge itself overlooks, nobody else sees.
 TEST(WindowForEverybody, HasANameAndAWayToEachControl)
 {
