@@ -5,6 +5,7 @@
 #include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMenuBar>
 #include <QPaintEvent>
 #include <QPainter>
@@ -61,6 +62,11 @@ void SlideWindow::setMenuBar(QMenuBar* bar)
     mBar = bar;
     bar->setAutoFillBackground(true);
     bar->installEventFilter(this);
+    for (const QAction* const item : bar->actions()) {
+        // Later: the bar or the menu beside it may be the next.
+        if (const QMenu* const menu = item->menu())
+            connect(menu, &QMenu::aboutToHide, this, &SlideWindow::menusLeft, Qt::QueuedConnection);
+    }
     layOut();
 }
 
@@ -161,6 +167,8 @@ bool SlideWindow::eventFilter(QObject* watched, QEvent* event)
         mouseMoved(mapFromGlobal(QCursor::pos()));
     else if (event->type() == QEvent::Leave && watched == mBar)
         showBar(false);
+    else if (event->type() == QEvent::FocusOut && watched == mBar)
+        QMetaObject::invokeMethod(this, &SlideWindow::menusLeft, Qt::QueuedConnection);
     return QWidget::eventFilter(watched, event);
 }
 
@@ -183,6 +191,13 @@ void SlideWindow::showBar(bool isShown)
     const bool isInUse = mBar && mBar->activeAction() && !isShown; // A menu of it is open.
     if (mBar && !mIsInFrame && !isInUse)
         mBar->setVisible(isShown);
+}
+
+/// Who opened it by a key has no mouse to leave the bar with.
+void SlideWindow::menusLeft()
+{
+    if (!mBar->underMouse())
+        showBar(false);
 }
 
 /// Not by the palette: the menus would be black too.

@@ -74,6 +74,7 @@ private:
     void fitFrame();
     void mouseMoved(QPoint where);
     void showBar(bool isShown);
+    void menusLeft();
 
     KeyHandler mKeyDown;
     QPointer<QWidget> mDisplay;

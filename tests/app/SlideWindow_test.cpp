@@ -5,6 +5,8 @@
 
 #include <QAction>
 #include <QCursor>
+#include <QMenu>
+#include <QMenuBar>
 #include <QMouseEvent>
 #include <QPixmap>
 #include <QScreen>
@@ -248,6 +250,51 @@ TEST_F(ShowWindow, LetsCommandsActBeforeTheHandler)
 
     EXPECT_EQ(acted, 1);
     EXPECT_EQ(keys, std::vector<Key>({ { QString(), Qt::Key_Left } }));
+}
+
+TEST_F(ShowWindow, PutsItsMenusAwayWhenTheyAreLeft)
+{
+    auto* const bar = new QMenuBar(&window);
+    bar->setNativeMenuBar(false);
+    for (const char* const title : { "First", "Second" })
+        bar->addMenu(QLatin1String(title))->addAction(QStringLiteral("Item"));
+    window.setMenuBar(bar);
+    showDisplay();
+    ASSERT_FALSE(bar->isVisible());
+
+    pressKey(window, Qt::Key_F10);
+    EXPECT_TRUE(bar->isVisible());
+
+    ASSERT_NE(QApplication::activePopupWidget(), nullptr);
+    pressKey(*QApplication::activePopupWidget(), Qt::Key_Right);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(bar->activeAction(), bar->actions().constLast());
+    EXPECT_TRUE(bar->isVisible());
+
+    pressKey(*QApplication::activePopupWidget(), Qt::Key_Escape);
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(bar->isVisible());
+
+    pressKey(window, Qt::Key_Escape); // The arrows still led from title to title.
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(bar->isVisible());
+}
+
+TEST_F(ShowWindow, PutsItsMenusAwayAfterACommand)
+{
+    auto* const bar = new QMenuBar(&window);
+    bar->setNativeMenuBar(false);
+    bar->addMenu(QStringLiteral("Menu"))->addAction(QStringLiteral("Item"));
+    window.setMenuBar(bar);
+    showDisplay();
+    pressKey(window, Qt::Key_F10);
+    ASSERT_TRUE(bar->isVisible());
+
+    pressKey(*QApplication::activePopupWidget(), Qt::Key_Down);
+    pressKey(*QApplication::activePopupWidget(), Qt::Key_Return);
+    QCoreApplication::processEvents();
+
+    EXPECT_FALSE(bar->isVisible());
 }
 
 TEST_F(ShowWindow, LeavesItsEndToTheShow)
