@@ -19,11 +19,20 @@ namespace {
 constexpr double kMargin = 10;
 constexpr double kGap = 3;
 
+/// Where the screen lies among the others. Qt divides the size of a dense screen, but not its
+/// place: there would be gaps. A Wayland desktop divides both itself.
+QRectF placeOnDesktop(const QScreen& screen)
+{
+    const QRectF place = screen.geometry();
+    const bool isDivided = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    return { place.topLeft(), place.size() * (isDivided ? 1 : screen.devicePixelRatio()) };
+}
+
 QRectF allScreens()
 {
     QRectF all;
     for (const QScreen* const screen : QGuiApplication::screens())
-        all |= QRectF(screen->geometry());
+        all |= placeOnDesktop(*screen);
     return all;
 }
 
@@ -53,7 +62,7 @@ QRectF ScreenMap::placeOf(const QScreen& screen) const
     const QRectF all = allScreens();
     const QRectF room = QRectF(rect()).adjusted(kMargin, kMargin, -kMargin, -kMargin);
     const double scale = std::min(room.width() / all.width(), room.height() / all.height());
-    const QRectF place = screen.geometry();
+    const QRectF place = placeOnDesktop(screen);
     const QPointF corner = room.center() + (place.topLeft() - all.center()) * scale;
     return QRectF(corner, place.size() * scale).adjusted(kGap, kGap, -kGap, -kGap);
 }
@@ -73,7 +82,7 @@ void ScreenMap::paintEvent(QPaintEvent* /*event*/)
         painter.setPen(QPen(colors.color(QPalette::Mid), 1));
         painter.drawRoundedRect(place, 6, 6);
         painter.setPen(ink);
-        const QSize size = screen->geometry().size();
+        const QSize size = placeOnDesktop(*screen).size().toSize(); // In pixels, as on the box.
         const QString text = tr("%1\n%2\n%3 × %4")
                                  .arg(++number)
                                  .arg(screen->name())

@@ -154,6 +154,23 @@ TEST_F(Screens, AreChosenByAClickOnTheirPicture)
     EXPECT_EQ(map.marked(), right);
 }
 
+/// Also where everything is drawn twice as large.
+using ScreensOnTheMap = Screens;
+
+TEST_F(ScreensOnTheMap, LieBesideEachOtherAsTheyDo)
+{
+    const auto& map = *choose().findChild<ScreenMap*>();
+    const QRectF first = map.placeOf(*left);
+    const QRectF second = map.placeOf(*right);
+
+    EXPECT_NEAR(first.right(), second.left(), 10);
+    EXPECT_LT(first.right(), second.left());
+    EXPECT_NEAR(first.top(), second.top(), 1);
+    EXPECT_GT(first.height(), first.width() / 2);
+    EXPECT_LT(first.height(), second.height());
+    EXPECT_TRUE(QRectF(map.rect()).contains(first | second));
+}
+
 TEST_F(Screens, AreChosenByTheArrowKeysToo)
 {
     auto& map = *choose().findChild<ScreenMap*>();
