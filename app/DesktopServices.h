@@ -3,12 +3,13 @@
 #pragma once
 
 #include "platform/FileURL.h"
+#include "platform/FolderFinder.h"
 
 #include <functional>
 
 namespace quorvane {
 
-/// Fakes in tests. Thread: main; none of them waits.
+/// Fakes in tests. Thread: main; none of them waits, but for those of `bookmarks`.
 struct DesktopServices {
     /// Opens a file in another application. \param application  the path of an executable or of a
     /// desktop entry; empty for the desktop's choice.
@@ -17,6 +18,9 @@ struct DesktopServices {
 
     /// Keeps the display awake, or lets it sleep again.
     std::function<void(bool isAwake)> keepAwake = [](bool) {};
+
+    /// Finds folders again. Called on other threads; may wait.
+    BookmarkServices bookmarks = {};
 };
 
 } // namespace quorvane

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Menus.h"
 
+#include "app/RecentMenu.h"
 #include "app/SlideController.h"
 
 #include <QAction>
@@ -147,6 +148,17 @@ QAction* Menus::makeItem(const char* name)
     // A check mark says what is set, not what was clicked.
     connect(item, &QAction::triggered, this, &Menus::validate);
     return item;
+}
+
+void Menus::setRecents(const std::vector<QByteArray>& paths)
+{
+    constexpr qsizetype kPlace = 2; // Behind what else opens a show.
+    if (!mRecents) {
+        mRecents = new RecentMenu(mController, &fileMenu());
+        fileMenu().insertMenu(fileMenu().actions().value(kPlace), mRecents);
+        connect(&fileMenu(), &QMenu::aboutToShow, &mController, &SlideController::updateRecentMenu);
+    }
+    mRecents->setPaths(paths);
 }
 
 QAction* Menus::item(const char* command) const

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QAction;
 class QMenu;
@@ -18,6 +19,7 @@ class QWidget;
 
 namespace quorvane {
 
+class RecentMenu;
 class SlideController;
 
 /// How an item of a menu looks at the moment.
@@ -49,6 +51,10 @@ public:
 
     QMenu& fileMenu() const { return *mMenus.front(); }
 
+    /// Lists the recent folders in the file menu, which has an item for them from the first call
+    /// on. \param paths  newest first.
+    void setRecents(const std::vector<QByteArray>& paths);
+
     /// Asks the controller how each item looks.
     void validate() const;
 
@@ -64,6 +70,7 @@ private:
 
     SlideController& mController;
     QList<QMenu*> mMenus;
+    RecentMenu* mRecents = nullptr; ///< In the file menu; made when first needed.
     std::unique_ptr<QMenu> mContextMenu;
 };
 

@@ -31,6 +31,8 @@ SlideController::SlideController(
     , mDesktop(std::move(desktop))
     , mSequence(defaults, clock)
     , mCurrentScreen(QGuiApplication::primaryScreen())
+    , mFolderFinder(mDesktop.bookmarks)
+    , mRecentFolders(mDefaults, mFolderFinder, [this] { recentsChanged(); })
 {
     mSequence.setDelegate(this);
     mMenus = std::make_unique<Menus>(*this);
@@ -50,24 +52,33 @@ void SlideController::awakeFromNib()
     registerDefaultSettings(mDefaults);
     mLastSlideTime = mDefaults.floatValue(kSlideInterval);
     mIntervalObservation = mDefaults.observe(kSlideInterval, [this] { slideIntervalChanged(); });
+    if (mDefaults.hasValue(kRecentFolderBookmarks)) {
+        mRecentFolders.load();
+        updateRecentMenu();
+    }
     restoreScreen();
     watchScreens();
 }
 
 void SlideController::openFiles(const std::vector<QByteArray>& paths)
 {
+    dropAwaitedFolder();
     const auto collect = [this, paths] {
         mSequence.addFiles(paths);
         mSequence.sort();
         mSequence.removeDuplicates();
     };
-    fill(collect, [this] {
-        // A new user is to see the hints in peace: they stand in front of the first slide.
-        if (mShowsHints)
-            mSequence.first();
-        else
-            firstSlide();
-    });
+    fill(collect, [this] { goToFirstSlide(); });
+    rememberRecentFolders(paths);
+}
+
+void SlideController::goToFirstSlide()
+{
+    // A new user is to see the hints in peace: they stand in front of the first slide.
+    if (mShowsHints)
+        mSequence.first();
+    else
+        firstSlide();
 }
 
 /// Added to the show, as files that the desktop opens.
@@ -114,7 +125,11 @@ void SlideController::filled()
 void SlideController::applicationDidFinishLaunching()
 {
     // While files are being collected, filled() decides.
-    if (mOpenings == 0 && mSequence.count() == 0)
+    if (mOpenings > 0 || mSequence.count() > 0)
+        return;
+    if (mDefaults.boolValue(kOpenLastUsedFolder))
+        openLastUsedFolder();
+    else
         showEnded();
 }
 
@@ -124,7 +139,8 @@ void SlideController::applicationWillBecomeActive()
         return;
     const auto current = mSequence.current();
     if (!current) {
-        if (!mDefaults.hasValue(kShowWelcome) || mDefaults.boolValue(kShowWelcome))
+        const bool isStandIn = mControlsStandIn && isShowingControls();
+        if (!isStandIn && (!mDefaults.hasValue(kShowWelcome) || mDefaults.boolValue(kShowWelcome)))
             ShowWelcomeScreen();
         return;
     }
@@ -193,6 +209,7 @@ void SlideController::endSlideShow()
         MainQueue::async(ended);
     });
     SVImageCache::purge();
+    mSecurityScopedResourceURL.reset();
 }
 
 void SlideController::showEnded()
@@ -220,6 +237,7 @@ void SlideController::ShowWelcomeScreen()
         openMenusByKey(*mWelcomeController, *bar);
         takeDrops(*mWelcomeController);
     }
+    mWelcomeController->loadRecents(recentPaths());
     standBefore(*mWelcomeController, mWindow.get());
     mWelcomeController->showWindow();
 }
@@ -271,9 +289,11 @@ void SlideController::openMenu()
 
 void SlideController::chosen(const OpenPanelChoice& choice)
 {
+    dropAwaitedFolder();
     Stop();
     endSlideShow();
     addURLs(choice.urls);
+    rememberRecentURLs(choice.urls);
     mDefaults.setValue(kLastUsedOpenDirectory, QString::fromLatin1(choice.directory.encoded()));
 }
 
@@ -282,7 +302,7 @@ void SlideController::showHelp() { openUserGuide(); }
 void SlideController::windowClosedByHand()
 {
     mQuitsAfterShow = true;
-    endSlideShow();
+    cancel();
 }
 
 } // namespace quorvane

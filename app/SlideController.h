@@ -3,9 +3,11 @@
 #pragma once
 
 #include "app/DesktopServices.h"
+#include "app/RecentFolders.h"
 #include "display/SVImageDisplay.h"
 #include "platform/Clock.h"
 #include "platform/DispatchQueue.h"
+#include "platform/FolderFinder.h"
 #include "platform/LifeGuard.h"
 #include "platform/Observation.h"
 #include "sequence/FileSequence.h"
@@ -112,6 +114,25 @@ public:
     /// The setting "sort" has another value.
     void sortOrderChanged();
 
+    // Recent folders. Those who ask for one are answered later, so that no disk holds them up.
+
+    /// Remembers what was opened, if it is exactly one folder.
+    void rememberRecentFolders(const std::vector<QByteArray>& paths);
+    void rememberRecentURLs(const std::vector<FileURL>& urls);
+
+    /// Puts a folder in front of the others; anything else is not remembered.
+    void rememberRecentFolder(const QByteArray& path);
+
+    /// What is known of them, newest first. Those that turn out to be gone leave the list.
+    std::vector<QByteArray> recentPaths();
+
+    /// Shows a recent folder instead of what is shown. Nothing happens when it is gone, or when
+    /// something else is opened before its disk answers. \param index  anything.
+    void openRecentFolderAtIndex(qint64 index);
+
+    /// Shows the folder of an item of the menu, whatever its place is by now.
+    void OpenRecentFolder(const QAction& item);
+
     // Screens.
 
     /// The window stands in a frame.
@@ -130,6 +151,7 @@ public:
     void delayNextImage() override;
     void imageWithURLFinished(const FileURL& url) override;
     void openSelected() override;
+    void recentSelected(int row) override;
     void welcomeClosedByHand() override;
 
 public Q_SLOTS:
@@ -162,6 +184,8 @@ public Q_SLOTS:
     void openMenu();
     void ShowHintScreen();
     void ShowWelcomeScreen();
+    void updateRecentMenu();
+    void ClearRecentsMenu();
     void showHelp();
     void quit();
 
@@ -185,6 +209,14 @@ private:
     void showEnded();
     bool isEnding() const { return mClearedShows != mEndedShows; }
     void chosen(const OpenPanelChoice& choice);
+    void goToFirstSlide();
+
+    // Recent folders.
+    void recentsChanged();
+    void openRecentFolder(const FileURL& folder);
+    void openLastUsedFolder();
+    void standInForWindows();
+    void dropAwaitedFolder() { ++mWishes; }
 
     // The show.
     void startTimer();
@@ -257,6 +289,13 @@ private:
     bool mQuitsAfterShow = false; ///< The last window was closed by hand.
     std::atomic<int> mEndedShows = 0; ///< Written by the main thread.
     int mClearedShows = 0; ///< Those of them that are out of the sequence.
+
+    FolderFinder mFolderFinder;
+    RecentFolders mRecentFolders;
+    std::optional<FolderAccess> mSecurityScopedResourceURL; ///< The recent folder that is shown.
+    quint64 mWishes = 0; ///< Counts what would make a recent folder that is not there yet unwanted.
+    std::unique_ptr<Timer> mLaunchTimer; ///< While nobody knows whether the last folder will come.
+    bool mControlsStandIn = false; ///< The controls came by themselves, in place of the greeting.
 
     Observation mIntervalObservation;
     LifeGuard mLifeGuard;

@@ -11,7 +11,11 @@
 
 namespace quorvane {
 
-void SlideController::cancel() { endSlideShow(); }
+void SlideController::cancel()
+{
+    dropAwaitedFolder();
+    endSlideShow();
+}
 
 void SlideController::quit() { Q_EMIT nothingLeft(); }
 

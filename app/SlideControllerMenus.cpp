@@ -87,6 +87,7 @@ void SlideController::ShowControls()
     }
     if (!mControlWindow)
         makeControls();
+    mControlsStandIn = false;
     updateControls();
     mControlWindow->showFloating(mWindow.get());
 }

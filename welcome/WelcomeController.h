@@ -32,7 +32,7 @@ public:
 
     /// The person chose from the recent folders.
     /// \param row  -1 when the click fell below the last one.
-    virtual void recentSelected([[maybe_unused]] int row) { }
+    virtual void recentSelected(int row) = 0;
 
     /// The person closed the window.
     virtual void welcomeClosedByHand() = 0;

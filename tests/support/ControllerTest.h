@@ -147,6 +147,7 @@ struct ControllerTest : testing::Test {
         constexpr int kRounds = 12; // Each takes a chain of blocks one step further.
         for (int i = 0; i < kRounds; ++i) {
             EXPECT_TRUE(controller->waitUntilIdle(std::chrono::minutes(1)));
+            FolderFinder::drain();
             drainDecoding();
             DispatchQueue::global().drain(); // What was decoded may be checked there.
             MainQueue::drain();
