@@ -42,6 +42,8 @@ SlideController::~SlideController()
 {
     delete mOpenPanel;
     mSequence.stopCollecting();
+    if (mAddSequence)
+        mAddSequence->stopCollecting();
     if (mView)
         mView->setDelegate(nullptr);
     SVImageCache::purge();
@@ -175,6 +177,7 @@ void SlideController::autoPlay()
         ShowHintScreen();
     if (mShownURL && mDefaults.boolValue(kAutoStart) && !isPlaying())
         Play();
+    openAddfolder();
 }
 
 FileURL SlideController::hintScreen()
@@ -198,18 +201,24 @@ void SlideController::endSlideShow()
     mSeenURL.reset();
     mReloadTimer.reset();
     mShowsHints = false;
+    mShowsAdd = false;
     mSequence.stopCollecting();
+    if (mAddSequence)
+        mAddSequence->stopCollecting();
     ++mEndedShows;
     const std::function<void()> ended = mLifeGuard.wrap([this] {
         ++mClearedShows;
         showEnded();
     });
-    mDispatchQueue.async([this, ended] {
+    mDispatchQueue.async([this, ended, adds = mAddSequence.get()] {
         mSequence.clear();
+        if (adds)
+            adds->clear();
         MainQueue::async(ended);
     });
     SVImageCache::purge();
     mSecurityScopedResourceURL.reset();
+    mSecurityScopedAddURL.reset();
 }
 
 void SlideController::showEnded()

@@ -22,6 +22,8 @@
 #include <memory>
 #include <optional>
 
+class QAction;
+
 namespace quorvane {
 
 class ControlPanel;
@@ -227,6 +229,7 @@ private:
     bool isBusy() const;
     static FileURL hintScreen();
     void openImageURL(const FileURL& url, bool forward);
+    void present(const FileURL& url, bool forward);
     void slideCouldNotBeShown(const FileURL& url);
     void slideIsUnfinished(const FileURL& url);
     void passOver(bool wasFirst);
@@ -234,6 +237,14 @@ private:
     void readAhead();
     void slideIntervalChanged();
     void setFitMode(QLatin1String mode);
+
+    // The ads between the slides.
+    void openAddfolder();
+    void fillAddSequence(const FileURL& folder);
+    std::optional<FileURL> nextAdd();
+    std::optional<FileURL> upcomingAdd() const;
+    void openAdd(const FileURL& url);
+    void addCouldNotBeShown(const FileURL& url);
 
     // Commands.
     MenuItemState validateCheckMark(QLatin1String command) const;
@@ -296,6 +307,12 @@ private:
     quint64 mWishes = 0; ///< Counts what would make a recent folder that is not there yet unwanted.
     std::unique_ptr<Timer> mLaunchTimer; ///< While nobody knows whether the last folder will come.
     bool mControlsStandIn = false; ///< The controls came by themselves, in place of the greeting.
+
+    std::unique_ptr<FileSequence> mAddSequence; ///< Made when first needed, and kept.
+    std::optional<FolderAccess> mSecurityScopedAddURL; ///< The folder of the ads.
+    qint64 mAddCounter = 0; ///< Slides since the last ad.
+    bool mFirstAddIsDue = false; ///< The next ad is the first one; no step leads to that.
+    bool mShowsAdd = false; ///< What is shown is an ad.
 
     Observation mIntervalObservation;
     LifeGuard mLifeGuard;

@@ -66,7 +66,7 @@ void SlideController::CopyFilePath()
 void SlideController::trashSlide()
 {
     const auto current = mSequence.current();
-    if (!current)
+    if (!current || mShowsAdd) // Nobody throws away what they do not see.
         return;
     // A disk may take its time.
     auto done = mLifeGuard.wrap([this, url = *current] { trashed(url); });

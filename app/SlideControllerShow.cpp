@@ -145,6 +145,10 @@ void SlideController::next()
 {
     if (isBusy())
         return;
+    if (const auto add = mShowsHints ? std::nullopt : nextAdd()) {
+        openAdd(*add);
+        return;
+    }
     const auto url = mShowsHints ? mSequence.current() : mSequence.next();
     if (url)
         openImageURL(*url, true);
@@ -171,6 +175,12 @@ bool SlideController::isBusy() const
 }
 
 void SlideController::openImageURL(const FileURL& url, bool forward)
+{
+    mShowsAdd = false;
+    present(url, forward);
+}
+
+void SlideController::present(const FileURL& url, bool forward)
 {
     mShowsHints = url == hintScreen();
     if (!mWindow || !mWindow->isVisible())
@@ -205,7 +215,9 @@ void SlideController::describeSlide()
 void SlideController::imageWithURLFinished(const FileURL& url)
 {
     if (!mView->ImageOK()) {
-        if (mView->isImageUnfinished())
+        if (mShowsAdd && url == mShownURL)
+            addCouldNotBeShown(url);
+        else if (mView->isImageUnfinished())
             slideIsUnfinished(url);
         else
             slideCouldNotBeShown(url);
@@ -269,7 +281,9 @@ void SlideController::passOver(bool wasFirst)
 
 void SlideController::readAhead()
 {
-    const auto url = mShowsHints ? mSequence.current() : mSequence.atOffset(1);
+    auto url = mShowsHints ? mSequence.current() : upcomingAdd();
+    if (!url)
+        url = mSequence.atOffset(1);
     if (url && url != mShownURL)
         mView->readAhead(*url);
 }
