@@ -43,6 +43,14 @@ QVariant valueOf(QXmlStreamReader& reader)
         return reader.readElementText().toDouble();
     if (type == QLatin1String("integer"))
         return reader.readElementText().toLongLong();
+    if (type == QLatin1String("data"))
+        return QByteArray::fromBase64(reader.readElementText().toLatin1());
+    if (type == QLatin1String("array")) {
+        QVariantList list;
+        while (reader.readNextStartElement())
+            list.append(valueOf(reader));
+        return list;
+    }
     reader.skipCurrentElement();
     return {};
 }
@@ -57,7 +65,18 @@ void writeValue(QXmlStreamWriter& writer, const QVariant& value)
         writer.writeTextElement(QStringLiteral("real"), value.toString());
         break;
     case QMetaType::Int:
+    case QMetaType::LongLong:
         writer.writeTextElement(QStringLiteral("integer"), value.toString());
+        break;
+    case QMetaType::QByteArray:
+        writer.writeTextElement(
+            QStringLiteral("data"), QString::fromLatin1(value.toByteArray().toBase64()));
+        break;
+    case QMetaType::QVariantList:
+        writer.writeStartElement(QStringLiteral("array"));
+        for (const QVariant& item : value.toList())
+            writeValue(writer, item);
+        writer.writeEndElement();
         break;
     default:
         writer.writeTextElement(QStringLiteral("string"), value.toString());

@@ -41,8 +41,8 @@ public:
     QString settingsFolder() const; ///< Made by the constructor.
     QString settingsFile() const;
 
-    /// Bools, numbers and strings of the settings file; other values are left out. Nothing when
-    /// the file is missing or is no complete property list.
+    /// Bools, numbers, strings, data and arrays of these in the settings file; other values are
+    /// left out. Nothing when the file is missing or is no complete property list.
     std::optional<QVariantMap> settings() const;
 
     void writeSettings(const QVariantMap& settings) const;
