@@ -20,7 +20,7 @@ constexpr int kWidestItem = 560;
 RecentMenu::RecentMenu(SlideController& controller, QWidget* parent)
     : QMenu(tr("&Recent Folders"), parent)
     , mController(controller)
-    , mClearItem(addAction(tr("Clear Menu")))
+    , mClearItem(addAction(tr("&Clear Menu")))
 {
     setWindowTitle(QStringLiteral("Recent mFolders"));
     setAccessibleName(tr("Recent Folders"));

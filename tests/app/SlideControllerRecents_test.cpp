@@ -203,7 +203,7 @@ TEST_F(RecentItems, StandInTheFileMenuBehindWhatElseOpensAShow)
     ASSERT_EQ(item->menu(), recentMenu());
     EXPECT_EQ(item->menu()->windowTitle(), QStringLiteral("Recent mFolders"));
     EXPECT_TRUE(item->shortcut().isEmpty());
-    EXPECT_EQ(titles(), QStringList(QStringLiteral("Clear Menu")));
+    EXPECT_EQ(titles(), QStringList(QStringLiteral("&Clear Menu")));
     EXPECT_TRUE(menuItem(0)->shortcut().isEmpty());
 }
 
@@ -235,7 +235,7 @@ TEST_F(RecentItems, AreTheWholePathsNewestFirst)
 
     EXPECT_EQ(titles(),
         QStringList({ QFile::decodeName(folders.path("b")), QFile::decodeName(folders.path("a")),
-            QStringLiteral("Clear Menu") }));
+            QStringLiteral("&Clear Menu") }));
     EXPECT_TRUE(menuItem(0)->shortcut().isEmpty());
 }
 
@@ -368,7 +368,7 @@ TEST_F(RecentItems, GoWhenTheyAreCleared)
 
     menuItem(2)->trigger();
 
-    EXPECT_EQ(titles(), QStringList(QStringLiteral("Clear Menu")));
+    EXPECT_EQ(titles(), QStringList(QStringLiteral("&Clear Menu")));
     EXPECT_TRUE(stored().empty());
     settle();
     EXPECT_EQ(titles().size(), 1);
