@@ -195,10 +195,11 @@ QMenuBar* Menus::makeMenuBar(QWidget& window)
     return bar;
 }
 
-void Menus::addKeys(QWidget& window) const
+void Menus::addKeys(QWidget& window)
 {
     for (const Command& command : kCommands)
         window.addAction(item(command.name));
+    window.installEventFilter(this);
 }
 
 void Menus::openContextMenu(QPoint where) const { mContextMenu->popup(where); }

@@ -44,7 +44,7 @@ public:
     QMenuBar* makeMenuBar(QWidget& window);
 
     /// Keeps the keys of `window` even while its bar is hidden.
-    void addKeys(QWidget& window) const;
+    void addKeys(QWidget& window);
 
     /// Opens the menu of the show at a place of the screen.
     void openContextMenu(QPoint where) const;

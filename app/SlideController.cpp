@@ -171,8 +171,10 @@ void SlideController::autoPlay()
         return;
     if (mWelcomeController)
         mWelcomeController->closeWindow();
+    if (!mWindow)
+        makeWindow(); // Meanwhile a short list is in order: its first slide is the one to decode.
     if (mDefaults.boolValue(kHintsShown))
-        openImageURL(*current, true);
+        openImageURL(mSequence.current().value_or(*current), true);
     else
         ShowHintScreen();
     if (mShownURL && mDefaults.boolValue(kAutoStart) && !isPlaying())

@@ -191,6 +191,9 @@ public Q_SLOTS:
     void showHelp();
     void quit();
 
+protected:
+    void customEvent(QEvent* event) override;
+
 Q_SIGNALS:
     /// The person quits, or there is no show, no window, and nothing that would bring one.
     void nothingLeft();
@@ -260,6 +263,9 @@ private:
 
     // Screens.
     void makeWindow();
+    void makeMenuBar();
+    void makeMenuBarSoon();
+    void prepareWindow(const FileURL& first);
     void goFullScreen(QScreen* screen);
     void exitFullScreen();
     void windowClosedByHand();

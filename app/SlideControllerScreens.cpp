@@ -15,11 +15,18 @@
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
 
+#include <QEvent>
 #include <QGuiApplication>
 
 #include <algorithm>
 
 namespace quorvane {
+
+namespace {
+
+constexpr QEvent::Type kFirstSlideIsThere = QEvent::User;
+
+} // namespace
 
 void SlideController::watchScreens()
 {
@@ -64,8 +71,8 @@ void SlideController::makeWindow()
     mView = mMakeDisplay();
     mView->setDelegate(this);
     mWindow->setDisplay(mView->widget());
-    mWindow->setMenuBar(mMenus->makeMenuBar(*mWindow));
     mMenus->addKeys(*mWindow);
+    connect(mWindow.get(), &SlideWindow::menuBarWanted, this, &SlideController::makeMenuBar);
     mWindow->setKeyHandler(
         [this](const QString& characters, int key) { return keyDown(characters, key); });
     connect(mWindow.get(), &SlideWindow::closedByHand, this, [this] { windowClosedByHand(); });
@@ -77,6 +84,38 @@ void SlideController::makeWindow()
             windowDidResignKey();
     });
     connect(mWindow.get(), &SlideWindow::contextMenuWanted, mMenus.get(), &Menus::openContextMenu);
+}
+
+/// It is the slowest part of a window, and hidden at first: it comes after the first slide.
+void SlideController::makeMenuBar()
+{
+    if (mWindow && !mWindow->hasMenuBar())
+        mWindow->setMenuBar(mMenus->makeMenuBar(*mWindow));
+}
+
+void SlideController::customEvent(QEvent* event)
+{
+    if (event->type() == kFirstSlideIsThere)
+        makeMenuBar();
+}
+
+/// As soon as there is nothing else to do: the slide is to be painted before.
+void SlideController::makeMenuBarSoon()
+{
+    if (!mWindow->hasMenuBar())
+        QCoreApplication::postEvent(this, new QEvent(kFirstSlideIsThere), Qt::LowEventPriority - 1);
+}
+
+/// Has the first slide decoded while the window comes up.
+void SlideController::prepareWindow(const FileURL& first)
+{
+    if (!mWindow)
+        makeWindow();
+    if (!mCurrentScreen)
+        return;
+    setDecodingTarget(monitorProfile(*mCurrentScreen));
+    mWindow->prepare(*mCurrentScreen);
+    mView->readAhead(first);
 }
 
 void SlideController::goFullScreen(QScreen* screen)

@@ -183,8 +183,10 @@ void SlideController::openImageURL(const FileURL& url, bool forward)
 void SlideController::present(const FileURL& url, bool forward)
 {
     mShowsHints = url == hintScreen();
-    if (!mWindow || !mWindow->isVisible())
+    if (!mWindow || !mWindow->isVisible()) {
+        prepareWindow(url);
         goFullScreen(mCurrentScreen);
+    }
     updateInfoDisplayForURL(mShowsHints ? std::nullopt : std::optional(url));
     setShownURL(url);
     mWindow->hideMouseUntilItMoves();
@@ -224,6 +226,7 @@ void SlideController::imageWithURLFinished(const FileURL& url)
         return;
     }
     mSeenURL = url;
+    makeMenuBarSoon();
     const TimePoint now = mClock.now();
     if (mLastSlideChange)
         mLastSlideTime = secondsFromDuration(now - *mLastSlideChange);

@@ -70,6 +70,19 @@ void SlideWindow::setMenuBar(QMenuBar* bar)
     layOut();
 }
 
+bool SlideWindow::wantMenuBar()
+{
+    if (!mBar)
+        Q_EMIT menuBarWanted();
+    return mBar != nullptr;
+}
+
+void SlideWindow::prepare(const QScreen& screen)
+{
+    setGeometry(screen.geometry());
+    layOut();
+}
+
 void SlideWindow::cover(QScreen* screen)
 {
     mIsInFrame = false;
@@ -85,6 +98,7 @@ void SlideWindow::cover(QScreen* screen)
 
 void SlideWindow::showInFrame(const QRect& frame)
 {
+    wantMenuBar();
     mIsInFrame = true;
     mCoveredSize = {};
     showNormal();
@@ -150,7 +164,7 @@ void SlideWindow::keyPressEvent(QKeyEvent* event)
     const bool isChord
         = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
     const QString characters = isChord ? QString() : event->text();
-    if (event->key() == Qt::Key_F10 && mBar) {
+    if (event->key() == Qt::Key_F10 && wantMenuBar()) {
         showBar(true);
         mBar->setActiveAction(mBar->actions().constFirst());
         return;
@@ -179,7 +193,7 @@ void SlideWindow::mouseMoved(QPoint where)
         mIsMouseHidden = false;
         unsetCursor();
     }
-    if (where.y() <= 0 && QGuiApplication::mouseButtons() == Qt::NoButton)
+    if (where.y() <= 0 && QGuiApplication::mouseButtons() == Qt::NoButton && wantMenuBar())
         showBar(true);
     else if (mBar && where.y() > mBar->height())
         showBar(false);

@@ -31,8 +31,12 @@ public:
 
     /// \param bar  a child of the window.
     void setMenuBar(QMenuBar* bar);
+    bool hasMenuBar() const { return mBar != nullptr; }
 
     void setKeyHandler(KeyHandler handler) { mKeyDown = std::move(handler); }
+
+    /// Gives window and display the size of the screen, before they are shown.
+    void prepare(const QScreen& screen);
 
     /// Shows the window full screen on `screen` and makes it the active one. Without a screen it
     /// shows where the desktop puts it.
@@ -51,6 +55,9 @@ public:
 Q_SIGNALS:
     /// The person closed the window by the desktop's means.
     void closedByHand();
+
+    /// It has no menu bar yet, and needs it now.
+    void menuBarWanted();
 
     /// A right click, or the menu key. \param where  global.
     void contextMenuWanted(QPoint where);
@@ -73,6 +80,7 @@ private:
     void layOut();
     void fitFrame();
     void mouseMoved(QPoint where);
+    bool wantMenuBar();
     void showBar(bool isShown);
     void menusLeft();
 
