@@ -15,6 +15,9 @@ namespace {
 /// In points. A path that is longer loses its middle: what follows the last slash tells most.
 constexpr int kWidestItem = 560;
 
+/// The text of an item no letter of which is a key.
+QString withoutLetter(QString text) { return text.replace(QLatin1Char('&'), QLatin1String("&&")); }
+
 } // namespace
 
 RecentMenu::RecentMenu(SlideController& controller, QWidget* parent)
@@ -27,7 +30,10 @@ RecentMenu::RecentMenu(SlideController& controller, QWidget* parent)
     setToolTipsVisible(true);
     mClearItem->setObjectName(QStringLiteral("ClearRecentsMenu"));
     connect(mClearItem, &QAction::triggered, &mController, &SlideController::ClearRecentsMenu);
-    connect(this, &QMenu::aboutToShow, this, &RecentMenu::rebuild);
+    connect(this, &QMenu::aboutToShow, this, [this] {
+        rebuild();
+        shorten();
+    });
 }
 
 void RecentMenu::setPaths(const std::vector<QByteArray>& paths)
@@ -48,12 +54,21 @@ void RecentMenu::rebuild()
     insertActions(mClearItem, mItems);
 }
 
+/// Only once they are seen: to measure a text takes all the fonts of the machine, and the program
+/// starts without.
+void RecentMenu::shorten()
+{
+    const QFontMetrics metrics(font());
+    for (QAction* const item : mItems) {
+        const QString whole = readablePath(item->data().toByteArray());
+        item->setText(withoutLetter(metrics.elidedText(whole, Qt::ElideMiddle, kWidestItem)));
+    }
+}
+
 QAction* RecentMenu::makeItem(const QByteArray& path)
 {
     const QString whole = readablePath(path);
-    QString text = QFontMetrics(font()).elidedText(whole, Qt::ElideMiddle, kWidestItem);
-    text.replace(QLatin1Char('&'), QLatin1String("&&")); // No letter of it is a key.
-    auto* const item = new QAction(text, this);
+    auto* const item = new QAction(withoutLetter(whole), this);
     item->setToolTip(QStringLiteral("<p>%1</p>").arg(whole.toHtmlEscaped()));
     item->setData(path);
     connect(item, &QAction::triggered, this, [this, item] { mController.OpenRecentFolder(*item); });

@@ -25,6 +25,7 @@ public:
 
 private:
     void rebuild();
+    void shorten();
     QAction* makeItem(const QByteArray& path);
 
     SlideController& mController;

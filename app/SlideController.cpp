@@ -172,7 +172,8 @@ void SlideController::autoPlay()
     if (mWelcomeController)
         mWelcomeController->closeWindow();
     if (!mWindow)
-        makeWindow(); // Meanwhile a short list is in order: its first slide is the one to decode.
+        goFullScreen(
+            mCurrentScreen); // Meanwhile a short list is in order: its first slide is next.
     if (mDefaults.boolValue(kHintsShown))
         openImageURL(mSequence.current().value_or(*current), true);
     else

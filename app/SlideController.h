@@ -265,7 +265,6 @@ private:
     void makeWindow();
     void makeMenuBar();
     void makeMenuBarSoon();
-    void prepareWindow(const FileURL& first);
     void goFullScreen(QScreen* screen);
     void exitFullScreen();
     void windowClosedByHand();

@@ -106,18 +106,6 @@ void SlideController::makeMenuBarSoon()
         QCoreApplication::postEvent(this, new QEvent(kFirstSlideIsThere), Qt::LowEventPriority - 1);
 }
 
-/// Has the first slide decoded while the window comes up.
-void SlideController::prepareWindow(const FileURL& first)
-{
-    if (!mWindow)
-        makeWindow();
-    if (!mCurrentScreen)
-        return;
-    setDecodingTarget(monitorProfile(*mCurrentScreen));
-    mWindow->prepare(*mCurrentScreen);
-    mView->readAhead(first);
-}
-
 void SlideController::goFullScreen(QScreen* screen)
 {
     if (!mWindow)

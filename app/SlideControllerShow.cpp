@@ -183,10 +183,8 @@ void SlideController::openImageURL(const FileURL& url, bool forward)
 void SlideController::present(const FileURL& url, bool forward)
 {
     mShowsHints = url == hintScreen();
-    if (!mWindow || !mWindow->isVisible()) {
-        prepareWindow(url);
+    if (!mWindow || !mWindow->isVisible())
         goFullScreen(mCurrentScreen);
-    }
     updateInfoDisplayForURL(mShowsHints ? std::nullopt : std::optional(url));
     setShownURL(url);
     mWindow->hideMouseUntilItMoves();

@@ -77,12 +77,6 @@ bool SlideWindow::wantMenuBar()
     return mBar != nullptr;
 }
 
-void SlideWindow::prepare(const QScreen& screen)
-{
-    setGeometry(screen.geometry());
-    layOut();
-}
-
 void SlideWindow::cover(QScreen* screen)
 {
     mIsInFrame = false;

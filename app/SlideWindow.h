@@ -35,9 +35,6 @@ public:
 
     void setKeyHandler(KeyHandler handler) { mKeyDown = std::move(handler); }
 
-    /// Gives window and display the size of the screen, before they are shown.
-    void prepare(const QScreen& screen);
-
     /// Shows the window full screen on `screen` and makes it the active one. Without a screen it
     /// shows where the desktop puts it.
     void cover(QScreen* screen);

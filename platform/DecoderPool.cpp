@@ -39,6 +39,10 @@ constexpr int kServiceLimit = 1000;
 /// Between the end of a decoder's socket and the end of the decoder.
 constexpr std::chrono::seconds kEndLimit { 1 };
 
+/// What a decoder gets to finish a file that nobody wants any more, when it stands in the way of
+/// the next one: about as long as a new decoder takes to start.
+constexpr std::chrono::milliseconds kGrace { 100 };
+
 /// Pixels of the largest picture handed over: two gigabytes.
 constexpr qint64 kPixelLimit = qint64(1) << 29;
 
@@ -73,6 +77,7 @@ struct DecoderPool::Worker {
     State state = State::Starting;
     DecodeQueue::JobPointer job; ///< While Opening or Rendering, or when it ended doing so.
     Moment deadline; ///< Unless Idle.
+    Moment begun; ///< When the job was begun.
     int served = 0; ///< Files that it was given.
     int targetNumber = 0; ///< Of the target that it knows.
 
@@ -86,6 +91,7 @@ struct DecoderPool::Worker {
         return { served == 0, kind == DecoderProcess::Kind::Everything };
     }
     bool isWorking() const { return state == State::Opening || state == State::Rendering; }
+    bool isUnwanted() const { return isWorking() && job->isCancelled; }
 };
 
 DecoderPool::DecoderPool(Options options)
@@ -204,6 +210,8 @@ DecoderPool::Moment DecoderPool::nextDeadline() const
     for (const auto& worker : mWorkers) {
         if (worker->state != Worker::State::Idle)
             next = std::min(next, worker->deadline);
+        if (worker->isUnwanted() && worker->begun + kGrace > steady_clock::now())
+            next = std::min(next, worker->begun + kGrace);
     }
     return next;
 }
@@ -417,7 +425,8 @@ void DecoderPool::begin(Worker& worker, const DecodeQueue::JobPointer& job)
 {
     worker.job = job;
     worker.state = Worker::State::Opening;
-    worker.deadline = steady_clock::now() + mOptions.answerLimit;
+    worker.begun = steady_clock::now();
+    worker.deadline = worker.begun + mOptions.answerLimit;
     ++worker.served;
     tellTarget(worker);
     // If it is gone already, its end is the next that is heard of it.
@@ -443,7 +452,8 @@ void DecoderPool::makeRoom()
     if (!next || isSomeStarting || idleWorkerFor(*next))
         return;
     for (const auto& worker : mWorkers) {
-        const bool isUnwanted = worker->isWorking() && worker->job->isCancelled;
+        const bool isUnwanted
+            = worker->isUnwanted() && worker->begun + kGrace <= steady_clock::now();
         const bool isUsedUp = (next->needsFresh || next->needsEverything)
             && worker->state == Worker::State::Idle && worker->served > 0;
         if (isUnwanted || isUsedUp) {

@@ -282,6 +282,30 @@ TEST_F(DecoderPoolTest, TakesADecoderFromWhatNobodyWantsAnyMore)
     EXPECT_FALSE(called);
 }
 
+TEST_F(DecoderPoolTest, LetsADecoderFinishWhatNobodyWantsAnyMoreWhenThatIsQuick)
+{
+    start(1, 10s);
+    std::set<pid_t> decoders; // Only one: the next is started when there was a picture.
+    std::future<Answer> next;
+    std::atomic<DecodeTicket> ticket = 0;
+    const auto opened = std::make_shared<std::promise<void>>();
+    ticket = pool->decode(file("3000x3000"), // It takes a while to fill them.
+        { .sizeFor =
+                [&, opened](QSize size) {
+                    while (ticket == 0)
+                        std::this_thread::yield();
+                    decoders = childProcesses();
+                    pool->cancel(ticket);
+                    next = request("1x1");
+                    opened->set_value();
+                    return size;
+                } },
+        [](const Answer&) {});
+    opened->get_future().wait();
+
+    EXPECT_EQ(decoders.count(decoderOf(next.get())), 1U);
+}
+
 TEST_F(DecoderPoolTest, FillsTheSameMemoryAgain)
 {
     start(1, 10s);
