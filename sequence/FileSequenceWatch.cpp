@@ -224,9 +224,14 @@ void FileSequence::mergeLook(const std::shared_ptr<FolderWatch>& watch,
     const Fit finished = mLifeGuard.wrap(fit);
     DispatchQueue::global().async(
         [list = mList, look, rules, finished] {
-            const auto before = std::make_shared<SlideList::Snapshot>(list->snapshot());
-            const auto merged = std::make_shared<MergedList>(merge(*before, *look, rules));
-            MainQueue::async([finished, before, merged] { finished(*before, *merged); });
+            auto before = std::make_shared<SlideList::Snapshot>(list->snapshot());
+            auto merged = std::make_shared<MergedList>(merge(*before, *look, rules));
+            MainQueue::async([finished, before, merged]() mutable {
+                finished(*before, *merged);
+                // To let go of the old list, if it is long, takes longer than a frame.
+                DispatchQueue::global().async([b = std::move(before), m = std::move(merged)] {},
+                    DispatchQueue::Priority::Ahead);
+            });
         },
         DispatchQueue::Priority::Ahead);
 }
