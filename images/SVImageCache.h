@@ -86,7 +86,7 @@ private:
         DecodeRequest::Priority priority);
     void enqueue(const std::shared_ptr<Job>& job);
     void finishJob(
-        const std::shared_ptr<Job>& job, const Result<DecodeAnswer>& answer, FileState state);
+        const std::shared_ptr<Job>& job, const Result<DecodeAnswer>& decoded, FileState state);
     void dropReadAhead(const FileURL& wanted);
     void forget(const FileURL& url);
 

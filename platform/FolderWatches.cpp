@@ -20,7 +20,7 @@ constexpr quint32 kAsked = IN_CREATE | IN_CLOSE_WRITE | IN_DELETE | IN_MOVED_FRO
 constexpr quint32 kFolderIsGone = IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT;
 
 /// A few thousand events of files with short names.
-constexpr size_t kBufferSize = 128 * 1024;
+constexpr size_t kBufferSize = size_t(128) << 10;
 
 /// More would only take memory; who is forgotten is found a little later, by a look at the folder.
 constexpr size_t kMostUnfinished = 10'000;

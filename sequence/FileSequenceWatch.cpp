@@ -26,6 +26,36 @@ constexpr int kMergeTries = 5;
 
 using LookPointer = std::shared_ptr<const FolderLook>;
 
+/// A list that is to take the place of another.
+struct Merging {
+    SlideList::Snapshot before;
+    MergedList merged;
+};
+using Fit = std::function<void(const SlideList::Snapshot&, MergedList&)>;
+
+/// To let go of a long list takes longer than a frame.
+void releaseElsewhere(std::shared_ptr<Merging> merging)
+{
+    DispatchQueue::global().async(
+        [list = std::move(merging)]() mutable { list.reset(); }, DispatchQueue::Priority::Ahead);
+}
+
+/// \param fit  called on the main thread.
+void mergeElsewhere(const std::shared_ptr<SlideList>& list, const LookPointer& look,
+    const MergeRules& rules, const Fit& fit)
+{
+    const auto work = [list, look, rules, fit] {
+        auto merging = std::make_shared<Merging>();
+        merging->before = list->snapshot();
+        merging->merged = merge(merging->before, *look, rules);
+        MainQueue::async([fit, merging = std::move(merging)]() mutable {
+            fit(merging->before, merging->merged);
+            releaseElsewhere(std::move(merging));
+        });
+    };
+    DispatchQueue::global().async(work, DispatchQueue::Priority::Ahead);
+}
+
 } // namespace
 
 QByteArray FileSequence::mHotFolder() const
@@ -202,7 +232,6 @@ void FileSequence::mergeLook(const std::shared_ptr<FolderWatch>& watch,
 {
     const MergeRules rules { mDefaults.boolValue(kShowNewItemsASAP), mDefaults.stringValue(kSort),
         mRandom };
-    using Fit = std::function<void(const SlideList::Snapshot&, MergedList&)>;
     const Fit fit = [this, watch, look, triesLeft](const auto& before, MergedList& merged) {
         if (isOver(*watch) || !merged.hasChanged) {
             lookEnded();
@@ -221,19 +250,7 @@ void FileSequence::mergeLook(const std::shared_ptr<FolderWatch>& watch,
         fit(before, merged);
         return;
     }
-    const Fit finished = mLifeGuard.wrap(fit);
-    DispatchQueue::global().async(
-        [list = mList, look, rules, finished] {
-            auto before = std::make_shared<SlideList::Snapshot>(list->snapshot());
-            auto merged = std::make_shared<MergedList>(merge(*before, *look, rules));
-            MainQueue::async([finished, before, merged]() mutable {
-                finished(*before, *merged);
-                // To let go of the old list, if it is long, takes longer than a frame.
-                DispatchQueue::global().async([b = std::move(before), m = std::move(merged)] {},
-                    DispatchQueue::Priority::Ahead);
-            });
-        },
-        DispatchQueue::Priority::Ahead);
+    mergeElsewhere(mList, look, rules, mLifeGuard.wrap(fit));
 }
 
 void FileSequence::lookEnded()
