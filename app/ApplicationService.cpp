@@ -168,10 +168,7 @@ public:
     {
         mLaunch = std::move(launch);
         mDecided = std::move(decided);
-        // A bus that has started the program is there, however slow.
-        const auto patience = mLaunch.isService ? kServicePatience : kBusPatience;
-        mLimit
-            = mClock.scheduleTimer(patience, Clock::Repetition::Once, [this] { patienceIsOver(); });
+        beginWaiting();
         mSession.reach([this](bool isThere) {
             if (!isThere)
                 goOnAlone();
@@ -184,9 +181,19 @@ public:
     {
         if (mQuestion && mQuestion->isFinished())
             mQuestion->waitForFinished(); // Delivers it.
+        else if (mDecided)
+            beginWaiting(); // Nobody could answer a program that was busy with itself.
     }
 
 private:
+    void beginWaiting()
+    {
+        // A bus that has started the program is there, however slow.
+        const auto patience = mLaunch.isService ? kServicePatience : kBusPatience;
+        mLimit
+            = mClock.scheduleTimer(patience, Clock::Repetition::Once, [this] { patienceIsOver(); });
+    }
+
     void patienceIsOver()
     {
         if (!mNeighbours.areThere()) {

@@ -289,7 +289,7 @@ TEST_F(DecoderPoolTest, LetsADecoderFinishWhatNobodyWantsAnyMoreWhenThatIsQuick)
     std::future<Answer> next;
     std::atomic<DecodeTicket> ticket = 0;
     const auto opened = std::make_shared<std::promise<void>>();
-    ticket = pool->decode(file("3000x3000"), // It takes a while to fill them.
+    ticket = pool->decode(file("300x300"),
         { .sizeFor =
                 [&, opened](QSize size) {
                     while (ticket == 0)
