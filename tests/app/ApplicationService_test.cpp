@@ -157,6 +157,18 @@ TEST_F(Application, DecidesNothingBeforeTheBusHasAnswered)
     EXPECT_THAT(roles, IsEmpty());
 }
 
+TEST_F(Application, HasPatienceWithTheBusOnceItHasMadeItself)
+{
+    start();
+    clock.advance(kBusPatience - 1ms); // As if making the program took that long.
+    service->lookForAnswer();
+
+    clock.advance(kBusPatience - 1ms);
+    EXPECT_THAT(roles, IsEmpty());
+    clock.advance(1ms);
+    EXPECT_THAT(roles, ElementsAre(Role::Shows));
+}
+
 TEST_F(Application, CanTakeAnAnswerBeforeTheEventLoopDoes)
 {
     SessionBus reached;
