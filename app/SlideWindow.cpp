@@ -196,15 +196,18 @@ void SlideWindow::mouseMoved(QPoint where)
 /// Only where it does not stand anyway.
 void SlideWindow::showBar(bool isShown)
 {
-    const bool isInUse = mBar && mBar->activeAction() && !isShown; // A menu of it is open.
-    if (mBar && !mIsInFrame && !isInUse)
+    // A title whose menu was closed by a key stays the active one: only an open menu counts.
+    const QAction* const item = mBar ? mBar->activeAction() : nullptr;
+    const bool isInUse = item && item->menu() && item->menu()->isVisible();
+    if (mBar && !mIsInFrame && (isShown || !isInUse))
         mBar->setVisible(isShown);
 }
 
-/// Who opened it by a key has no mouse to leave the bar with.
+/// Who opened it by a key has no mouse to leave the bar with. The first Escape only leaves the
+/// menu: the arrows still lead from title to title.
 void SlideWindow::menusLeft()
 {
-    if (!mBar->underMouse())
+    if (!mBar->underMouse() && !mBar->activeAction())
         showBar(false);
 }
 

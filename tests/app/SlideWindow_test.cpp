@@ -280,6 +280,24 @@ TEST_F(ShowWindow, PutsItsMenusAwayWhenTheyAreLeft)
     EXPECT_FALSE(bar->isVisible());
 }
 
+TEST_F(ShowWindow, PutsItsMenusAwayWhenTheMouseLeavesTheBarAfterEscape)
+{
+    auto* const bar = new QMenuBar(&window);
+    bar->setNativeMenuBar(false);
+    bar->addMenu(QStringLiteral("Menu"))->addAction(QStringLiteral("Item"));
+    window.setMenuBar(bar);
+    showDisplay();
+    pressKey(window, Qt::Key_F10);
+    moveMouse({ 100, 200 });
+    EXPECT_TRUE(bar->isVisible()); // Its menu is open.
+
+    pressKey(*QApplication::activePopupWidget(), Qt::Key_Escape);
+    QCoreApplication::processEvents();
+    moveMouse({ 101, 200 });
+
+    EXPECT_FALSE(bar->isVisible());
+}
+
 TEST_F(ShowWindow, PutsItsMenusAwayAfterACommand)
 {
     auto* const bar = new QMenuBar(&window);
