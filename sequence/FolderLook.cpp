@@ -26,7 +26,7 @@ public:
         , mIsMet(items.size(), false)
     {
         for (size_t i = items.size(); i-- > 0;) // Backwards: the first one is to be found first.
-            mIndex.add(std::hash<SlideItem>()(*items[i]), i);
+            mIndex.add(items[i]->hash(), i);
     }
 
     /// Marks the slide. \return false when the file is not listed.

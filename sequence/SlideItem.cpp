@@ -40,6 +40,7 @@ std::shared_ptr<SlideItem> SlideItem::itemWithURL(const FileURL& url, const File
 
 SlideItem::SlideItem(const FileURL& url, const FileStatus& status)
     : mUrl(url)
+    , mHash(std::hash<FileURL>()(url))
     , mName(lastPathComponent(url.path()).toByteArray())
     , mStatus(status)
 {
@@ -47,6 +48,7 @@ SlideItem::SlideItem(const FileURL& url, const FileStatus& status)
 
 SlideItem::SlideItem(const FileURL& url)
     : mUrl(url)
+    , mHash(std::hash<FileURL>()(url))
 {
     refreshAttributes();
 }

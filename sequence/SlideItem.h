@@ -42,6 +42,9 @@ public:
     /// Attributes of the file that links lead to; nothing when they could not be read.
     const std::optional<FileStatus>& mAttributes() const { return mStatus; }
 
+    /// Of the URL; kept, since in a long list the URLs lie all over the memory.
+    size_t hash() const { return mHash; }
+
     /// Last component of the path that links lead to: a link is named by its target.
     const QByteArray& mFileName() const { return mName; }
 
@@ -66,6 +69,7 @@ private:
     explicit SlideItem(const FileURL& url);
 
     FileURL mUrl;
+    size_t mHash;
     QByteArray mName;
     std::optional<FileStatus> mStatus;
 };
@@ -75,8 +79,5 @@ using SlideItems = std::vector<std::shared_ptr<SlideItem>>;
 } // namespace quorvane
 
 template <> struct std::hash<quorvane::SlideItem> {
-    size_t operator()(const quorvane::SlideItem& item) const noexcept
-    {
-        return std::hash<quorvane::FileURL>()(item.mURL());
-    }
+    size_t operator()(const quorvane::SlideItem& item) const noexcept { return item.hash(); }
 };
