@@ -147,9 +147,8 @@ void FileSequence::folderChanged(const std::vector<FolderEvent>& events)
         wantsLook |= event.kinds != FolderEvent::Modified || awaitsFiles();
         if (event.kinds & FolderEvent::Modified)
             rewritten(url);
-        const auto current = this->current();
-        if (event.kinds & FolderEvent::Lost && current)
-            rewritten(*current); // It may be among what was lost.
+        if (event.kinds & FolderEvent::Lost)
+            rewritten(current().value_or(FileURL())); // It may be among what was lost.
     }
     if (wantsLook)
         updateHotFolder();

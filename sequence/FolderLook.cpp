@@ -32,31 +32,29 @@ public:
     /// Marks the slide. \return false when the file is not listed.
     bool meet(const FileURL& url)
     {
-        const auto place = mIndex.find(
-            std::hash<FileURL>()(url), [&](size_t i) { return mItems[i]->mURL() == url; });
+        const auto place = placeOf(url);
         if (place)
             mIsMet[*place] = true;
         return place.has_value();
     }
 
     /// The slides that were not met. A file that is listed twice is met once for both.
-    SlideItems unmet()
+    SlideItems unmet() const
     {
         SlideItems items;
         for (size_t i = 0; i < mItems.size(); ++i) {
-            const bool isMetElsewhere = !mIsMet[i] && std::as_const(*this).isMet(mItems[i]->mURL());
-            if (!mIsMet[i] && !isMetElsewhere)
+            if (!mIsMet[i] && !mIsMet[*placeOf(mItems[i]->mURL())])
                 items.push_back(mItems[i]);
         }
         return items;
     }
 
 private:
-    bool isMet(const FileURL& url) const
+    /// Of the first one, if a file is listed twice.
+    std::optional<size_t> placeOf(const FileURL& url) const
     {
-        const auto place = mIndex.find(
+        return mIndex.find(
             std::hash<FileURL>()(url), [&](size_t i) { return mItems[i]->mURL() == url; });
-        return place && mIsMet[*place];
     }
 
     const SlideItems& mItems;
