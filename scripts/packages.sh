@@ -10,9 +10,10 @@ declare -A packages=(
         libgl-dev libglib2.0-dev libxcb1-dev libexpected-dev libseccomp-dev
         libturbojpeg0-dev libexif-dev liblcms2-dev libpng-dev libwebp-dev libheif-dev libjxl-dev
         librsvg2-dev libopenexr-dev libfontconfig-dev libtiff-dev libopenjp2-7-dev libraw-dev libicns-dev
-        libavformat-dev libavcodec-dev libavutil-dev libswscale-dev'
+        libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
+        libmpv-dev libasound2-dev'
     # What the viewer loads only when it runs.
-    [run]='qt6-qpa-plugins qt6-wayland libqt6svg6 shared-mime-info'
+    [run]='qt6-qpa-plugins qt6-wayland libqt6svg6 shared-mime-info libmpv2'
     # To test.
     [test]='libgtest-dev libgmock-dev xvfb openbox x11-utils dbus libx11-dev libxdamage-dev libxtst-dev x11-xserver-utils
         desktop-file-utils sway grim wtype
@@ -21,6 +22,8 @@ declare -A packages=(
         librsvg2-bin libraw-bin ffmpeg'
     # To check the sources.
     [check]='clang-format-14 clang-tidy-14'
+    # To measure against others (bench/), beside what the tests need.
+    [bench]='libvips-tools mpv'
     # To start the viewer on a machine without a display.
     [display]='xvfb openbox x11-utils imagemagick fonts-dejavu-core dbus'
 )
