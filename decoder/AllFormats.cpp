@@ -54,9 +54,11 @@ const Formats& allFormats()
         { "XBM", isXbm, openXbm },
         { "TGA", isTga, openTga },
     });
-    static constexpr Formats kFormats {
-        .pictures = kPictures, .openMovieFrame = openMovieFrame, .warmUp = warmUpSvgText
-    };
+    static constexpr Formats kFormats { .pictures = kPictures,
+        .openMovieFrame = openMovieFrame,
+        .readMovieInformation = readMovieInformation,
+        .readMovieCover = readMovieCover,
+        .warmUp = warmUpSvgText };
     return kFormats;
 }
 

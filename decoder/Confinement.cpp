@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/Confinement.h"
 
+#include "platform/Sanitizer.h"
+
 #include <fcntl.h>
 #include <linux/capability.h>
 #include <linux/landlock.h>
@@ -24,12 +26,6 @@
 namespace quorvane {
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kHasSanitizer = true;
-#else
-constexpr bool kHasSanitizer = false;
-#endif
 
 /// A picture takes ten seconds at most, so this is weeks of slideshow; it only ends a process that
 /// runs wild and that nobody watches any more.

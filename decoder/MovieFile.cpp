@@ -2,7 +2,7 @@
 #include "decoder/MovieFile.h"
 
 #include "decoder/FileBytes.h"
-#include "decoder/MovieReader.h"
+#include "decoder/MovieTracks.h"
 #include "decoder/PictureFormats.h"
 
 #include <sys/stat.h>
@@ -22,7 +22,6 @@ namespace quorvane {
 
 namespace {
 
-constexpr int kTimescale = 600;
 constexpr int kBufferSize = 64 * 1024;
 
 /// What may be decoded in search of a frame, in pixels: some four seconds of work. Movies whose
@@ -135,21 +134,6 @@ tl::unexpected<Error> noMemory()
     return fail(ErrorKind::TooLarge, QStringLiteral("no memory for the movie"));
 }
 
-/// The first track of pictures; covers and lists of small pictures are none.
-const AVStream* pictureTrack(const AVFormatContext& format)
-{
-    constexpr int kNoMovie = AV_DISPOSITION_ATTACHED_PIC | AV_DISPOSITION_TIMED_THUMBNAILS;
-    const AVStream* found = nullptr;
-    for (unsigned i = 0; i < format.nb_streams; ++i) {
-        const AVStream* const stream = format.streams[i];
-        if (stream->codecpar->codec_type != AVMEDIA_TYPE_VIDEO || (stream->disposition & kNoMovie))
-            continue;
-        if (!found || (stream->disposition & ~found->disposition & AV_DISPOSITION_DEFAULT))
-            found = stream;
-    }
-    return found;
-}
-
 } // namespace
 
 void FrameCloser::operator()(AVFrame* frame) const { av_frame_free(&frame); }
@@ -213,7 +197,7 @@ struct MovieFile::Parts {
         const qint64 start = format->start_time == AV_NOPTS_VALUE
             ? 0
             : av_rescale_q(format->start_time, { 1, AV_TIME_BASE }, track->time_base);
-        return start + av_rescale_q(value, { 1, kTimescale }, track->time_base);
+        return start + av_rescale_q(value, { 1, kMovieTimescale }, track->time_base);
     }
 
     bool seek(qint64 time) const
@@ -320,23 +304,23 @@ Result<std::unique_ptr<MovieFile>> MovieFile::open(FileBytes& file)
     parts->source = { &file, sizeOf(file) };
     if (auto done = parts->openFormat(); !done)
         return tl::unexpected(done.error());
-    if (auto done = parts->openCodec(); !done)
-        return tl::unexpected(done.error());
     return std::unique_ptr<MovieFile>(new MovieFile(std::move(parts)));
 }
 
-double MovieFile::seconds() const
-{
-    const qint64 duration = mParts->format->duration;
-    return duration == AV_NOPTS_VALUE ? 0 : static_cast<double>(duration) / AV_TIME_BASE;
-}
+Result<void> MovieFile::beginFrames() { return mParts->openCodec(); }
+
+std::optional<double> MovieFile::seconds() const { return secondsOf(*mParts->format); }
+
+MovieInformation MovieFile::information() const { return informationOf(*mParts->format); }
+
+QByteArray MovieFile::cover() const { return coverOf(*mParts->format); }
 
 Frame MovieFile::frameAt(qint64 value)
 {
     Parts& parts = *mParts;
     const qint64 target = parts.timeOf(value);
     for (const qint64 back : kStepsBack) {
-        const qint64 from = value - back * kTimescale;
+        const qint64 from = value - back * kMovieTimescale;
         if (from <= 0 || !parts.seek(parts.timeOf(from)))
             break;
         Choice choice(target);
@@ -353,25 +337,9 @@ Frame MovieFile::frameAt(qint64 value)
 
 double MovieFile::pixelAspect(Frame& frame) const
 {
-    // The library reads from the track only.
-    auto* const track = const_cast<AVStream*>(mParts->track);
-    const AVRational aspect
-        = av_guess_sample_aspect_ratio(mParts->format.get(), track, frame.get());
-    const double ratio = aspect.den > 0 ? av_q2d(aspect) : 0;
-    // Beyond these no pixel is meant.
-    return ratio >= 0.05 && ratio <= 20 ? ratio : 1;
+    return pixelAspectOf(*mParts->format, *mParts->track, frame.get());
 }
 
-int MovieFile::orientation() const
-{
-    size_t size = 0;
-    const uint8_t* const data
-        = av_stream_get_side_data(mParts->track, AV_PKT_DATA_DISPLAYMATRIX, &size);
-    qint32 matrix[9];
-    if (!data || size < sizeof matrix)
-        return 1;
-    std::memcpy(matrix, data, sizeof matrix);
-    return orientationOfMatrix(matrix);
-}
+int MovieFile::orientation() const { return orientationOf(*mParts->track); }
 
 } // namespace quorvane

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A movie file, opened for its frames.
+// A movie file, opened for what it says and for its frames.
 #pragma once
 
+#include "platform/MovieInformation.h"
 #include "platform/Result.h"
 
-#include <QtGlobal>
+#include <QByteArray>
 
 #include <memory>
 
 struct AVFrame;
-struct AVStream;
 
 namespace quorvane {
 
@@ -20,19 +20,32 @@ struct FrameCloser {
 };
 using Frame = std::unique_ptr<AVFrame, FrameCloser>;
 
-/// The picture track of a movie. Thread: any, one at a time.
+/// Parts of a second in which moments are counted: they meet the frames of all usual rates.
+constexpr int kMovieTimescale = 600'000;
+
+/// A file of moving pictures or of sound. Thread: any, one at a time.
 class MovieFile {
 public:
     /// \param file  outlives this.
-    /// \return NotFound without a picture track, Unsupported, Damaged, NotReadable.
+    /// \return Unsupported, Damaged, NotReadable.
     static Result<std::unique_ptr<MovieFile>> open(FileBytes& file);
     ~MovieFile();
     MovieFile(const MovieFile&) = delete;
     MovieFile& operator=(const MovieFile&) = delete;
 
-    double seconds() const; ///< As the file says; 0 when it does not.
+    MovieInformation information() const;
 
-    /// The frame that is seen at `value` six-hundredths of a second, or the nearest that the file
+    /// As the file says; nothing when it does not.
+    std::optional<double> seconds() const;
+
+    /// The file of the picture that stands for this one in lists, of any format; empty for none.
+    QByteArray cover() const;
+
+    /// To be called, once, before what follows here. \return NotFound without a picture track,
+    /// Unsupported.
+    Result<void> beginFrames();
+
+    /// The frame that is seen at `value` parts of kMovieTimescale, or the nearest that the file
     /// has. The search ends where it would take too long. Null when nothing can be decoded.
     Frame frameAt(qint64 value);
 

@@ -208,15 +208,27 @@ private:
     int mOrientation;
 };
 
+constexpr double kSixHundredths = 600;
+
+/// Thirty years; beyond are broken headers.
+constexpr double kLongest = 1e9;
+
+/// In parts of kMovieTimescale. What lies behind the end is the end, so that nobody looks for it.
+qint64 momentOf(double seconds, const std::optional<double>& length)
+{
+    if (!(seconds > 0))
+        return 0;
+    const double latest = length && *length < kLongest ? *length : kLongest;
+    return std::llround(std::min(seconds, latest) * kMovieTimescale);
+}
+
 } // namespace
 
 qint64 middleOf(double seconds)
 {
-    constexpr double kTimescale = 600;
-    constexpr double kLongest = 1e9; // Thirty years; beyond are broken headers.
     if (!(seconds > 0) || seconds > kLongest)
         return 0;
-    return static_cast<qint64>(seconds / 2 * kTimescale);
+    return static_cast<qint64>(seconds / 2 * kSixHundredths);
 }
 
 int orientationOfMatrix(const qint32 (&matrix)[9])
@@ -237,12 +249,17 @@ int orientationOfMatrix(const qint32 (&matrix)[9])
     return c >= 0 ? 8 : 7;
 }
 
-OpenedPicture openMovieFrame(FileBytes& file)
+OpenedPicture openMovieFrame(FileBytes& file, std::optional<double> seconds)
 {
     auto movie = MovieFile::open(file);
     if (!movie)
         return tl::unexpected(movie.error());
-    Frame frame = (*movie)->frameAt(middleOf((*movie)->seconds()));
+    if (auto done = (*movie)->beginFrames(); !done)
+        return tl::unexpected(done.error());
+    const auto length = (*movie)->seconds();
+    constexpr qint64 kPartsOfSixHundredths = kMovieTimescale / 600;
+    Frame frame = (*movie)->frameAt(seconds ? momentOf(*seconds, length)
+                                            : middleOf(length.value_or(0)) * kPartsOfSixHundredths);
     if (!frame || frame->width < 1 || frame->height < 1)
         return fail(ErrorKind::Damaged, QStringLiteral("no frame of the movie can be decoded"));
     const double aspect = (*movie)->pixelAspect(frame);
@@ -253,6 +270,25 @@ OpenedPicture openMovieFrame(FileBytes& file)
     if (!isReasonable(size))
         return fail(ErrorKind::TooLarge, QStringLiteral("the movie has too many pixels"));
     return std::make_unique<MovieFrameReader>(std::move(frame), size, (*movie)->orientation());
+}
+
+Result<MovieInformation> readMovieInformation(FileBytes& file)
+{
+    const auto movie = MovieFile::open(file);
+    if (!movie)
+        return tl::unexpected(movie.error());
+    return (*movie)->information();
+}
+
+Result<QByteArray> readMovieCover(FileBytes& file)
+{
+    const auto movie = MovieFile::open(file);
+    if (!movie)
+        return tl::unexpected(movie.error());
+    QByteArray cover = (*movie)->cover();
+    if (cover.isEmpty())
+        return fail(ErrorKind::NotFound, QStringLiteral("the file has no cover"));
+    return cover;
 }
 
 } // namespace quorvane

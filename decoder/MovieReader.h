@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The one frame that stands for a movie where pictures are listed.
+// What lies in a movie file, without playing it: single frames, the cover, and what it says.
 #pragma once
 
 #include "decoder/PictureReader.h"
+#include "platform/MovieInformation.h"
+
+#include <QByteArray>
+
+#include <optional>
 
 namespace quorvane {
 
@@ -14,11 +19,19 @@ qint64 middleOf(double seconds);
 /// row; turns by other angles than 90 degrees count as the nearest. \return EXIF's orientation.
 int orientationOfMatrix(const qint32 (&matrix)[9]);
 
-/// Opens a movie at the frame that is seen at its middle; where the file has none there, at the
+/// Opens a movie at the frame that is seen at a moment; where the file has none there, at the
 /// nearest one before or after. The header has the size in which it is displayed: upright and with
 /// square pixels. Only the descriptor (or the bytes) is read, whatever the file refers to.
+/// \param seconds  from the beginning; beyond the end is the end. Nothing: half of the length.
 /// \return NotFound without a picture track (a cover is none), Damaged when no frame can be
 ///         decoded, Unsupported, TooLarge.
-OpenedPicture openMovieFrame(FileBytes& file);
+OpenedPicture openMovieFrame(FileBytes& file, std::optional<double> seconds = {});
+
+/// What the file says of itself, true or not. \return Unsupported, Damaged.
+Result<MovieInformation> readMovieInformation(FileBytes& file);
+
+/// The picture that stands for the file in lists, as a file of any format. \return NotFound where
+/// there is none, Unsupported, Damaged.
+Result<QByteArray> readMovieCover(FileBytes& file);
 
 } // namespace quorvane

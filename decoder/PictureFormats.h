@@ -3,9 +3,11 @@
 #pragma once
 
 #include "decoder/PictureReader.h"
+#include "platform/MovieInformation.h"
 
 #include <QByteArray>
 
+#include <optional>
 #include <span>
 
 namespace quorvane {
@@ -30,8 +32,11 @@ struct Formats {
     /// Asked in this order: what lies in a file decides how it is decoded, never its name.
     std::span<const PictureFormat> pictures;
 
-    /// The frame in the middle of a movie; nullptr where only photographs are known.
-    OpenedPicture (*openMovieFrame)(FileBytes& file) = nullptr;
+    /// A frame of a movie (see MovieReader.h); this and the next two are nullptr where only
+    /// photographs are known.
+    OpenedPicture (*openMovieFrame)(FileBytes& file, std::optional<double> seconds) = nullptr;
+    Result<MovieInformation> (*readMovieInformation)(FileBytes& file) = nullptr;
+    Result<QByteArray> (*readMovieCover)(FileBytes& file) = nullptr;
 
     /// To be called once, while the process can still open files.
     void (*warmUp)() = nullptr;

@@ -27,6 +27,18 @@ tl::unexpected<Error> notAPicture()
     return fail(ErrorKind::Unsupported, QStringLiteral("not a picture"));
 }
 
+/// As much of a text in UTF-8 as there is room for, in whole characters.
+void putText(FromDecoder& message, const QByteArray& text)
+{
+    auto size = std::min<qsizetype>(text.size(), qsizetype(message.text.size()) - 1);
+    const auto isInsideCharacter = [&] {
+        return size > 0 && size < text.size() && (static_cast<uchar>(text[size]) & 0xC0) == 0x80;
+    };
+    while (isInsideCharacter())
+        --size;
+    std::copy_n(text.begin(), size, message.text.begin());
+}
+
 /// Passes for a picture that is upright already.
 class AsStored : public PictureReader {
 public:
@@ -67,9 +79,7 @@ Session::~Session()
 void Session::run(const QByteArray& missingProtections)
 {
     FromDecoder ready { FromDecoder::Kind::Ready };
-    std::copy_n(missingProtections.begin(),
-        std::min<size_t>(static_cast<size_t>(missingProtections.size()), ready.text.size() - 1),
-        ready.text.begin());
+    putText(ready, missingProtections);
     bool isConnected = send(ready);
     while (isConnected) {
         ToDecoder request;
@@ -94,19 +104,38 @@ void Session::run(const QByteArray& missingProtections)
     }
 }
 
-OpenedPicture Session::open(FileBytes& file, std::uint32_t what) const
+OpenedPicture Session::open(const ToDecoder& request)
 {
-    if (what == static_cast<std::uint32_t>(DecodeRequest::What::MovieFrame))
-        return mFormats.openMovieFrame ? mFormats.openMovieFrame(file) : notAPicture();
-    const PictureFormat* const format = formatOf(file, mFormats);
+    using What = DecodeRequest::What;
+    const auto what = static_cast<What>(request.what);
+    if (what == What::MovieFrame || what == What::MovieFrameAt) {
+        const bool isInMiddle = what == What::MovieFrame;
+        return mFormats.openMovieFrame ? mFormats.openMovieFrame(
+                   *mBytes, isInMiddle ? std::nullopt : std::optional(request.seconds))
+                                       : notAPicture();
+    }
+    if (what == What::MovieCover)
+        return openCover();
+    const PictureFormat* const format = formatOf(*mBytes, mFormats);
     if (!format)
         return notAPicture();
-    if (what == static_cast<std::uint32_t>(DecodeRequest::What::SmallPicture)
-        && format->openThumbnail) {
-        if (auto small = format->openThumbnail(file))
+    if (what == What::SmallPicture && format->openThumbnail) {
+        if (auto small = format->openThumbnail(*mBytes))
             return small;
     }
-    return format->open(file);
+    return format->open(*mBytes);
+}
+
+OpenedPicture Session::openCover()
+{
+    if (!mFormats.readMovieCover)
+        return notAPicture();
+    auto cover = mFormats.readMovieCover(*mBytes);
+    if (!cover)
+        return tl::unexpected(cover.error());
+    mBytes.emplace(std::move(*cover)); // A picture as good as any file's.
+    const PictureFormat* const format = formatOf(*mBytes, mFormats);
+    return format ? format->open(*mBytes) : notAPicture();
 }
 
 bool Session::answerOpen(const ToDecoder& request, FileDescriptor file)
@@ -114,13 +143,11 @@ bool Session::answerOpen(const ToDecoder& request, FileDescriptor file)
     closeFile();
     mFile = std::move(file);
     mBytes.emplace(mFile);
-    auto reader = open(*mBytes, request.what);
-    if (!reader) {
-        closeFile();
-        const bool mayBeAnothers
-            = reader.error().kind == ErrorKind::Unsupported && !mFormats.openMovieFrame;
-        return mayBeAnothers ? send({ FromDecoder::Kind::Unknown }) : sendFailure(reader.error());
-    }
+    if (request.what == static_cast<std::uint32_t>(DecodeRequest::What::MovieInformation))
+        return answerInformation();
+    auto reader = open(request);
+    if (!reader)
+        return sendRefusal(reader.error());
     mReader = std::move(*reader);
     FromDecoder answer { FromDecoder::Kind::Opened };
     if (request.what == static_cast<std::uint32_t>(DecodeRequest::What::StoredPicture)) {
@@ -130,6 +157,25 @@ bool Session::answerOpen(const ToDecoder& request, FileDescriptor file)
     const QSize size = uprightSize(mReader->header());
     answer.width = size.width();
     answer.height = size.height();
+    return send(answer);
+}
+
+bool Session::answerInformation()
+{
+    const auto information = mFormats.readMovieInformation
+        ? mFormats.readMovieInformation(*mBytes)
+        : Result<MovieInformation>(notAPicture());
+    if (!information)
+        return sendRefusal(information.error());
+    closeFile();
+    FromDecoder answer { FromDecoder::Kind::Described };
+    const QSize size = information->naturalSize.expandedTo({ 0, 0 });
+    answer.width = size.width();
+    answer.height = size.height();
+    answer.pictureTracks = information->pictureTracks;
+    answer.soundTracks = information->soundTracks;
+    answer.seconds = information->seconds.value_or(kUnknownSeconds);
+    putText(answer, information->title.toUtf8());
     return send(answer);
 }
 
@@ -202,11 +248,16 @@ bool Session::sendFailure(const Error& error)
 {
     FromDecoder answer { FromDecoder::Kind::Failed };
     answer.error = static_cast<std::uint32_t>(error.kind);
-    const QByteArray text = error.message.toUtf8();
-    std::copy_n(text.begin(),
-        std::min<size_t>(static_cast<size_t>(text.size()), answer.text.size() - 1),
-        answer.text.begin());
+    putText(answer, error.message.toUtf8());
     return send(answer);
+}
+
+/// Where only photographs are known, somebody else may know what the file is.
+bool Session::sendRefusal(const Error& error)
+{
+    closeFile();
+    const bool mayBeAnothers = error.kind == ErrorKind::Unsupported && !mFormats.openMovieFrame;
+    return mayBeAnothers ? send({ FromDecoder::Kind::Unknown }) : sendFailure(error);
 }
 
 } // namespace quorvane

@@ -36,6 +36,7 @@ private:
     };
 
     bool answerOpen(const ToDecoder& request, FileDescriptor file);
+    bool answerInformation();
     bool answerRender(const ToDecoder& request, const FileDescriptor& file);
     Result<bool> render(const ToDecoder& request, const FileDescriptor& file);
     std::optional<Buffer> bufferFor(const ToDecoder& request, const FileDescriptor& file);
@@ -44,8 +45,10 @@ private:
     void closeFile();
     bool send(const FromDecoder& message) const;
     bool sendFailure(const Error& error);
+    bool sendRefusal(const Error& error);
 
-    OpenedPicture open(FileBytes& file, std::uint32_t what) const;
+    OpenedPicture open(const ToDecoder& request);
+    OpenedPicture openCover();
 
     const int mSocket;
     const Formats& mFormats;

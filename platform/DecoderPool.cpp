@@ -2,16 +2,16 @@
 #include "platform/DecoderPool.h"
 
 #include "platform/DecoderProcess.h"
+#include "platform/Polling.h"
 
 #include <QLoggingCategory>
 
-#include <poll.h>
 #include <pthread.h>
 #include <signal.h>
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace quorvane {
 
@@ -58,7 +58,19 @@ Error errorIn(const FromDecoder& message)
         QString::fromUtf8(message.text.data()) };
 }
 
-pollfd pollFor(int descriptor) { return { descriptor, POLLIN, 0 }; }
+/// \return nothing when it cannot be meant.
+std::optional<MovieInformation> informationIn(const FromDecoder& message)
+{
+    const QSize size(message.width, message.height);
+    const bool isSize = size == QSize(0, 0)
+        || (!size.isEmpty() && std::max(size.width(), size.height()) <= kSideLimit);
+    if (!isSize || message.pictureTracks < 0 || message.soundTracks < 0
+        || !std::isfinite(message.seconds))
+        return {};
+    return MovieInformation { message.pictureTracks, message.soundTracks, size,
+        message.seconds < 0 ? std::nullopt : std::optional(message.seconds),
+        QString::fromUtf8(message.text.data()).simplified() };
+}
 
 } // namespace
 
@@ -84,27 +96,50 @@ struct DecoderPool::Worker {
     QSize pictureSize; ///< Of the job.
     int orientation = 1;
     QSize wantedSize;
-    DecoderBuffers::Lease buffer;
+    SharedBuffers::Lease buffer;
 
     DecoderAbility ability() const
     {
         return { served == 0, kind == DecoderProcess::Kind::Everything };
     }
     bool isWorking() const { return state == State::Opening || state == State::Rendering; }
+    bool isDescribing() const
+    {
+        return state == State::Opening
+            && job->request.what == DecodeRequest::What::MovieInformation;
+    }
     bool isUnwanted() const { return isWorking() && job->isCancelled; }
+
+    bool expects(FromDecoder::Kind message) const
+    {
+        switch (message) {
+        case FromDecoder::Kind::Ready:
+            return state == State::Starting;
+        case FromDecoder::Kind::Opened:
+            return state == State::Opening && !isDescribing();
+        case FromDecoder::Kind::Described:
+            return isDescribing();
+        case FromDecoder::Kind::Unknown:
+            return state == State::Opening;
+        case FromDecoder::Kind::Rendered:
+            return state == State::Rendering;
+        case FromDecoder::Kind::Failed:
+            return isWorking();
+        }
+        return false; // No kind at all.
+    }
 };
 
 DecoderPool::DecoderPool(Options options)
     : mOptions(std::move(options))
-    , mWake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-    , mQueue([this] { wake(); })
+    , mQueue([this] { mWake.ring(); })
 {
 }
 
 DecoderPool::~DecoderPool()
 {
     mIsEnding = true;
-    wake();
+    mWake.ring();
     const std::lock_guard lock(mThreadMutex);
     if (mThread.joinable())
         mThread.join();
@@ -159,13 +194,6 @@ void DecoderPool::startThread()
     });
 }
 
-void DecoderPool::wake()
-{
-    const std::uint64_t one = 1;
-    // A full counter wakes just as well.
-    [[maybe_unused]] const ssize_t written = write(mWake.get(), &one, sizeof one);
-}
-
 void DecoderPool::work()
 {
     while (!mIsEnding) {
@@ -184,7 +212,7 @@ void DecoderPool::work()
 
 void DecoderPool::wait()
 {
-    std::vector<pollfd> watched { pollFor(mWake.get()) };
+    std::vector<pollfd> watched { pollFor(mWake.descriptor()) };
     for (const auto& worker : mWorkers) {
         watched.push_back(pollFor(worker->process->processDescriptor()));
         if (worker->state != Worker::State::Ending)
@@ -192,16 +220,8 @@ void DecoderPool::wait()
     }
     for (const auto& process : mEndingProcesses)
         watched.push_back(pollFor(process->processDescriptor()));
-
-    int milliseconds = -1;
-    if (const Moment deadline = nextDeadline(); deadline != Moment::max()) {
-        const auto left
-            = std::chrono::ceil<std::chrono::milliseconds>(deadline - steady_clock::now());
-        milliseconds = static_cast<int>(std::max<std::int64_t>(left.count(), 0));
-    }
-    poll(watched.data(), watched.size(), milliseconds);
-    std::uint64_t count = 0;
-    [[maybe_unused]] const ssize_t got = read(mWake.get(), &count, sizeof count);
+    pollUntil(watched, nextDeadline());
+    mWake.silence();
 }
 
 DecoderPool::Moment DecoderPool::nextDeadline() const
@@ -243,12 +263,7 @@ void DecoderPool::serve(Worker& worker)
 void DecoderPool::handle(Worker& worker, const FromDecoder& message)
 {
     using Kind = FromDecoder::Kind;
-    const bool isExpected = message.kind == Kind::Ready ? worker.state == Worker::State::Starting
-        : message.kind == Kind::Opened                  ? worker.state == Worker::State::Opening
-        : message.kind == Kind::Unknown                 ? worker.state == Worker::State::Opening
-        : message.kind == Kind::Rendered                ? worker.state == Worker::State::Rendering
-                                                        : worker.isWorking();
-    if (!isExpected) {
+    if (!worker.expects(message.kind)) {
         handleSilence(worker); // It talks, but not sense.
         return;
     }
@@ -259,6 +274,9 @@ void DecoderPool::handle(Worker& worker, const FromDecoder& message)
     case Kind::Opened:
         worker.orientation = std::clamp(message.orientation, 1, 8);
         handleOpened(worker, { message.width, message.height });
+        break;
+    case Kind::Described:
+        handleDescribed(worker, message);
         break;
     case Kind::Rendered:
         handleRendered(worker, message.isOpaque != 0);
@@ -316,6 +334,18 @@ void DecoderPool::handleOpened(Worker& worker, QSize size)
     worker.process->send(message, isNew ? worker.buffer->memory->descriptor() : -1);
 }
 
+void DecoderPool::handleDescribed(Worker& worker, const FromDecoder& message)
+{
+    auto information = informationIn(message);
+    if (!information) {
+        handleSilence(worker);
+        return;
+    }
+    DecodeAnswer described;
+    described.movie = std::move(*information);
+    answer(worker, std::move(described));
+}
+
 void DecoderPool::handleRendered(Worker& worker, bool isOpaque)
 {
     const auto* const bits = reinterpret_cast<const uchar*>(worker.buffer->memory->data());
@@ -324,7 +354,7 @@ void DecoderPool::handleRendered(Worker& worker, bool isOpaque)
     answer(worker,
         DecodeAnswer { PixelBuffer(worker.buffer, bits, size,
                            qsizetype(size.width()) * kBytesPerPixel, format),
-            worker.pictureSize, worker.orientation });
+            worker.pictureSize, worker.orientation, {} });
 }
 
 /// To a decoder that knows more.
@@ -362,7 +392,7 @@ void DecoderPool::handleSilence(Worker& worker)
     retire(worker);
 }
 
-void DecoderPool::handleEnd(Worker& worker, const DecoderEnd& end)
+void DecoderPool::handleEnd(Worker& worker, const ServiceEnd& end)
 {
     const bool wasKilled
         = (end.signal == SIGKILL || end.signal == SIGTERM) && end.mostMemory < kModestMemory;
@@ -429,9 +459,10 @@ void DecoderPool::begin(Worker& worker, const DecodeQueue::JobPointer& job)
     worker.deadline = worker.begun + mOptions.answerLimit;
     ++worker.served;
     tellTarget(worker);
+    ToDecoder message { ToDecoder::Kind::Open, static_cast<std::uint32_t>(job->request.what) };
+    message.seconds = job->request.seconds;
     // If it is gone already, its end is the next that is heard of it.
-    worker.process->send(
-        { ToDecoder::Kind::Open, static_cast<std::uint32_t>(job->request.what) }, job->file.get());
+    worker.process->send(message, job->file.get());
 }
 
 void DecoderPool::tellTarget(Worker& worker)
@@ -459,7 +490,7 @@ void DecoderPool::makeRoom()
         if (isUnwanted || isUsedUp) {
             worker->job = nullptr;
             retire(*worker);
-            wake();
+            mWake.ring();
             break;
         }
     }
@@ -499,7 +530,7 @@ void DecoderPool::replaceWorkers()
         mWorkers.push_back(std::move(worker));
     } else {
         ++mFailedStarts;
-        wake();
+        mWake.ring();
     }
 }
 

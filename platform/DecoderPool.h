@@ -5,6 +5,7 @@
 #include "platform/DecodeQueue.h"
 #include "platform/DecoderProtocol.h"
 #include "platform/Decoding.h"
+#include "platform/Doorbell.h"
 #include "platform/FileDescriptor.h"
 #include "platform/SharedMemory.h"
 
@@ -19,7 +20,7 @@
 
 namespace quorvane {
 
-struct DecoderEnd;
+struct ServiceEnd;
 class DecoderProcess;
 
 /// Hands files to decoders, one at a time each, the most urgent first. One decoder more than may
@@ -61,7 +62,6 @@ private:
     using Moment = std::chrono::steady_clock::time_point;
 
     void startThread();
-    void wake();
 
     // All of these run on the pool's thread.
     void work();
@@ -71,10 +71,11 @@ private:
     void handle(Worker& worker, const FromDecoder& message);
     void handleReady(Worker& worker, const FromDecoder& message);
     void handleOpened(Worker& worker, QSize size);
+    void handleDescribed(Worker& worker, const FromDecoder& message);
     void handleRendered(Worker& worker, bool isOpaque);
     void answer(Worker& worker, Result<DecodeAnswer> result);
     void handleSilence(Worker& worker);
-    void handleEnd(Worker& worker, const DecoderEnd& end);
+    void handleEnd(Worker& worker, const ServiceEnd& end);
     void tryAgain(Worker& worker, bool wasKilled);
     void assignJobs();
     Worker* idleWorkerFor(const DecodeJob& job) const;
@@ -87,7 +88,7 @@ private:
     void giveUpStarting();
 
     const Options mOptions;
-    FileDescriptor mWake; ///< Readable when the thread has to look again.
+    Doorbell mWake; ///< Rung when the thread has to look again.
     DecodeQueue mQueue;
     std::atomic<bool> mIsEnding = false;
 

@@ -2,28 +2,16 @@
 // One running decoder.
 #pragma once
 
-#include "platform/DecoderBuffers.h"
 #include "platform/DecoderProtocol.h"
-#include "platform/FileDescriptor.h"
-#include "platform/MessageSocket.h"
-
-#include <QByteArray>
-
-#include <sys/types.h>
+#include "platform/ServiceProcess.h"
+#include "platform/SharedBuffers.h"
 
 #include <memory>
 #include <optional>
 
 namespace quorvane {
 
-/// How a decoder ended.
-struct DecoderEnd {
-    int signal; ///< 0 if it ended by itself.
-    qint64 mostMemory; ///< Bytes in use at a time.
-};
-
-/// A decoder that was started, its socket and its buffers. Thread: the pool's, which also must not
-/// end while the decoder runs: the kernel ends the decoder then.
+/// A decoder that was started, its socket and its buffers. Thread: the pool's.
 class DecoderProcess {
 public:
     enum class Kind {
@@ -34,39 +22,27 @@ public:
     /// \param program  the decoder's path. \return nullptr when it cannot be started.
     static std::unique_ptr<DecoderProcess> start(const QByteArray& program, Kind kind);
 
-    /// Ends the decoder and waits for that, unless a file that no longer answers holds it.
+    /// Ends the decoder.
     ~DecoderProcess();
 
     DecoderProcess(const DecoderProcess&) = delete;
     DecoderProcess& operator=(const DecoderProcess&) = delete;
 
-    /// To wait for messages; -1 never.
-    int socket() const { return mSocket.get(); }
-
-    /// Becomes readable when the decoder has ended.
-    int processDescriptor() const { return mProcess.get(); }
-
-    bool send(const ToDecoder& message, int file = -1);
-
-    /// One message, if there is one now.
+    // As in ServiceProcess.
+    int socket() const { return mProcess->socket(); }
+    int processDescriptor() const { return mProcess->processDescriptor(); }
+    bool send(const ToDecoder& message, int file = -1) { return mProcess->send(message, file); }
     Received receive(FromDecoder& message);
+    void kill() { mProcess->kill(); }
+    std::optional<ServiceEnd> end() { return mProcess->end(); }
 
-    /// Ends it at once. processDescriptor() tells when it is gone.
-    void kill();
-
-    /// Nothing while it runs.
-    std::optional<DecoderEnd> end();
-
-    DecoderBuffers& buffers() { return *mBuffers; }
+    SharedBuffers& buffers() { return *mBuffers; }
 
 private:
-    DecoderProcess(pid_t id, FileDescriptor process, FileDescriptor socket);
+    explicit DecoderProcess(std::unique_ptr<ServiceProcess> process);
 
-    pid_t mId;
-    FileDescriptor mProcess;
-    FileDescriptor mSocket;
-    std::shared_ptr<DecoderBuffers> mBuffers;
-    std::optional<DecoderEnd> mEnd;
+    std::unique_ptr<ServiceProcess> mProcess;
+    std::shared_ptr<SharedBuffers> mBuffers;
 };
 
 } // namespace quorvane

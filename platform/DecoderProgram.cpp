@@ -10,6 +10,7 @@ namespace quorvane {
 namespace {
 
 constexpr char kName[] = "quorvane-decoder";
+constexpr char kPlayerName[] = "quorvane-movies";
 
 QByteArray& chosenProgram()
 {
@@ -35,6 +36,12 @@ QByteArray decoderProgram()
     const bool isBeside = access(beside.c_str(), X_OK) == 0;
     const bool isInstalled = access(installed.c_str(), X_OK) == 0;
     return QByteArray::fromStdString((isInstalled && !isBeside ? installed : beside).native());
+}
+
+QByteArray playerProgram()
+{
+    const auto folder = std::filesystem::path(decoderProgram().toStdString()).parent_path();
+    return QByteArray::fromStdString((folder / kPlayerName).native());
 }
 
 void setDecoderProgram(const QByteArray& path) { chosenProgram() = path; }

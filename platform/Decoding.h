@@ -2,6 +2,7 @@
 // The line between the viewer and the codecs: a descriptor goes in, pixels come out.
 #pragma once
 
+#include "platform/MovieInformation.h"
 #include "platform/PixelBuffer.h"
 #include "platform/Result.h"
 
@@ -21,6 +22,9 @@ struct DecodeRequest {
         StoredPicture, ///< The same, not turned: how to turn it is told.
         SmallPicture, ///< The small picture that the file carries, if it does; else the picture.
         MovieFrame, ///< The frame at half the movie's duration.
+        MovieFrameAt, ///< The frame at `seconds`.
+        MovieCover, ///< The picture that is attached to a file of sound, or to a movie.
+        MovieInformation, ///< No pixels, but what the file says of itself.
     };
     What what = What::Picture;
 
@@ -35,6 +39,9 @@ struct DecodeRequest {
         Thumbnail,
     };
     Priority priority = Priority::OnScreen;
+
+    /// From the beginning; beyond the end is the end.
+    double seconds = 0;
 };
 
 /// What came of it: pixels in sRGB or what setDecodingTarget() said, upright unless they were
@@ -43,6 +50,8 @@ struct DecodeAnswer {
     PixelBuffer pixels;
     QSize pictureSize; ///< How large the picture is, in its own pixels.
     int orientation = 1; ///< 1 to 8, EXIF's numbers: how to turn the pixels upright.
+    /// In place of all the others where What::MovieInformation was wanted.
+    MovieInformation movie {};
 };
 
 /// For DecodeRequest::sizeFor: `size` shrunk until its longer side is no longer than `bound`; never
@@ -59,8 +68,8 @@ using DecodeDone = std::function<void(Result<DecodeAnswer>)>;
 /// lies in the file decides how it is decoded, never its name. A decoder that breaks on the file,
 /// or is silent for ten seconds, is replaced, and the file tried once more. \param file  has to be
 /// a regular file; a copy of the descriptor is kept. \param done  gets Unsupported for what is no
-/// picture; Damaged for one that ends too soon, cannot be decoded or twice broke its decoder;
-/// TooLarge. Thread: any.
+/// picture; NotFound for a movie without what is wanted of it; Damaged for one that ends too soon,
+/// cannot be decoded or twice broke its decoder; TooLarge. Thread: any.
 DecodeTicket decodeAsync(const FileDescriptor& file, DecodeRequest request, const DecodeDone& done);
 
 /// `done` will not be called, unless it is being called already. Thread: any.

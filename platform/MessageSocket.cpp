@@ -24,7 +24,9 @@ Received take(int socket, std::span<std::byte> message, msghdr& header, int flag
     ssize_t got = 0;
     do {
         got = recvmsg(socket, &header, flags | MSG_CMSG_CLOEXEC);
-    } while (got < 0 && errno == EINTR);
+        // Who ends without having read everything resets the connection, which is said once, and
+        // before what was sent until then.
+    } while (got < 0 && (errno == EINTR || errno == ECONNRESET));
     if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
         return Received::Nothing;
     if (got <= 0)

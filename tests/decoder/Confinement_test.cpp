@@ -2,6 +2,7 @@
 // What a confined process cannot do any more, and what it still must be able to do. Each test
 // confines a child of its own: there is no way back.
 #include "decoder/Confinement.h"
+#include "platform/Sanitizer.h"
 
 #include <QFile>
 #include <QImage>
@@ -46,12 +47,6 @@
 namespace quorvane {
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kHasSanitizer = true;
-#else
-constexpr bool kHasSanitizer = false;
-#endif
 
 /// Exit codes of children, beside error numbers, which are smaller.
 constexpr int kNoFilter = 200;

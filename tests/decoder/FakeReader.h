@@ -66,11 +66,33 @@ inline OpenedPicture openFakeThumbnail(FileBytes& file)
     return std::make_unique<FakeReader>(PictureHeader { { 2, 1 }, 1 });
 }
 
-inline OpenedPicture openFakeFrame(FileBytes& file)
+/// Sixteen pixels wide, and as high as the moment in seconds; nine in the middle.
+inline OpenedPicture openFakeFrame(FileBytes& file, std::optional<double> seconds)
 {
     if (!file.head().startsWith("movie"))
         return fail(ErrorKind::Unsupported, QStringLiteral("no movie"));
-    return std::make_unique<FakeReader>(PictureHeader { { 16, 9 }, 1 });
+    return std::make_unique<FakeReader>(
+        PictureHeader { { 16, static_cast<int>(seconds.value_or(9)) }, 1 });
+}
+
+/// A movie whose title is what stands behind the first word.
+inline Result<MovieInformation> readFakeInformation(FileBytes& file)
+{
+    if (!file.head().startsWith("movie"))
+        return fail(ErrorKind::Unsupported, QStringLiteral("no movie"));
+    MovieInformation information { 1, 2, { 16, 9 }, 12.5, {} };
+    if (file.head() == "movie unknown")
+        return MovieInformation {};
+    information.title = QString::fromUtf8(file.head().mid(6));
+    return information;
+}
+
+/// What stands behind the first word is a picture of this format.
+inline Result<QByteArray> readFakeCover(FileBytes& file)
+{
+    if (!file.head().startsWith("movie "))
+        return fail(ErrorKind::NotFound, QStringLiteral("no cover"));
+    return file.head().mid(6);
 }
 
 /// The table that knows this format alone.

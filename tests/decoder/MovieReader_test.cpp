@@ -3,6 +3,7 @@
 #include "decoder/Readers.h"
 #include "support/MovieBytes.h"
 #include "support/PictureBytes.h"
+#include "support/TrackBytes.h"
 
 #include <QTemporaryFile>
 
@@ -62,6 +63,41 @@ Yuv quarterAt(int, double x, double y)
     if (y < 0.5)
         return x < 0.5 ? Yuv { 81, 90, 240 } : Yuv { 145, 54, 34 };
     return x < 0.5 ? Yuv { 41, 240, 110 } : Yuv { 235, 128, 128 };
+}
+
+QByteArray quarteredJpeg()
+{
+    return tests::encodedPicture(tests::quarteredPicture({ 16, 16 }), "jpg");
+}
+
+MovieInformation informationOf(const QByteArray& bytes)
+{
+    FileBytes file(bytes);
+    auto information = readMovieInformation(file);
+    EXPECT_TRUE(information);
+    return information.value_or(MovieInformation {});
+}
+
+std::optional<ErrorKind> refusalOf(const QByteArray& bytes)
+{
+    FileBytes file(bytes);
+    const auto information = readMovieInformation(file);
+    return information ? std::nullopt : std::optional(information.error().kind);
+}
+
+Result<QByteArray> coverOf(const QByteArray& bytes)
+{
+    FileBytes file(bytes);
+    return readMovieCover(file);
+}
+
+/// Which frame of the usual fixture is seen at a moment.
+int numberAt(const QByteArray& bytes, double seconds)
+{
+    FileBytes file(bytes);
+    const auto reader = openMovieFrame(file, seconds);
+    const auto image = reader ? renderedImage(**reader) : tl::unexpected(reader.error());
+    return image ? numberOf(*image) : -1;
 }
 
 constexpr qint32 kOne = 1 << 16;
@@ -272,21 +308,7 @@ TEST(MovieReader, FindsNoPictureInSound)
 
 TEST(MovieReader, TakesACoverForNoMovie)
 {
-    const QByteArray cover = QByteArray("\0image/jpeg\0\3\0", 14)
-        + tests::encodedPicture(tests::quarteredPicture({ 16, 16 }), "jpg");
-    const auto size = static_cast<quint32>(cover.size());
-    const QByteArray tag
-        = "APIC" + tests::numberBytes(size, tests::ByteOrder::Big) + QByteArray(2, '\0') + cover;
-    // The length has seven bits a byte.
-    QByteArray music("ID3\3\0\0\0\0", 8);
-    music += static_cast<char>(tag.size() >> 7 & 127);
-    music += static_cast<char>(tag.size() & 127);
-    music += tag;
-    // Frames of silence: 128 kbit a second, 44.1 kHz.
-    for (int i = 0; i < 20; ++i)
-        music += QByteArray("\xFF\xFB\x90\x00", 4) + QByteArray(413, '\0');
-
-    const auto reader = opened(music);
+    const auto reader = opened(tests::musicBytes(tests::coverFrame(3, quarteredJpeg())));
 
     ASSERT_FALSE(reader);
     EXPECT_EQ(reader.error().kind, ErrorKind::NotFound);
@@ -317,6 +339,235 @@ TEST(MovieReader, TakesAPictureForNoMovie)
         EXPECT_EQ(reader.error().kind, ErrorKind::Unsupported) << format;
     }
     EXPECT_FALSE(opened({}));
+}
+
+TEST(MovieReader, ShowsTheFrameOfAnyMoment)
+{
+    const QByteArray movie = movieBytes({ .keyEvery = 7 });
+    for (int frame = 0; frame < 20; ++frame) {
+        EXPECT_EQ(numberAt(movie, frame / 10.), frame);
+        EXPECT_EQ(numberAt(movie, frame / 10. + 0.09), frame);
+    }
+}
+
+TEST(MovieReader, MeetsFramesWhoseMomentsHaveNoEndOfDigits)
+{
+    for (const int rate : { 7, 24, 30, 60 }) {
+        const QByteArray movie = movieBytes({ .framesPerSecond = rate });
+        for (int frame = 0; frame < 20; ++frame)
+            EXPECT_EQ(numberAt(movie, double(frame) / rate), frame) << rate;
+    }
+}
+
+TEST(MovieReader, ShowsTheNearestFrameBeyondTheEnds)
+{
+    for (const char* container : { "mov", "matroska", "mpegts" }) {
+        const QByteArray movie = movieBytes({ .container = container });
+        for (const double before : { -1., -1e300, std::numeric_limits<double>::quiet_NaN() })
+            EXPECT_EQ(numberAt(movie, before), 0) << container;
+        for (const double behind : { 2., 3., 1e6, 1e300, std::numeric_limits<double>::infinity() })
+            EXPECT_EQ(numberAt(movie, behind), 19) << container;
+    }
+}
+
+TEST(MovieReader, CountsTracks)
+{
+    const MovieInformation one = informationOf(tests::trackBytes({ .tracks = "p" }));
+    const MovieInformation several = informationOf(tests::trackBytes({ .tracks = "pspss" }));
+    const MovieInformation sound = informationOf(tests::trackBytes({ .tracks = "s" }));
+
+    EXPECT_EQ(one.pictureTracks, 1);
+    EXPECT_EQ(one.soundTracks, 0);
+    EXPECT_EQ(several.pictureTracks, 2);
+    EXPECT_EQ(several.soundTracks, 3);
+    EXPECT_EQ(sound.pictureTracks, 0);
+    EXPECT_EQ(sound.soundTracks, 1);
+    EXPECT_TRUE(sound.naturalSize.isEmpty());
+}
+
+TEST(MovieReader, CountsNoCoverAsATrack)
+{
+    const MovieInformation information
+        = informationOf(tests::musicBytes(tests::coverFrame(3, quarteredJpeg())));
+
+    EXPECT_EQ(information.pictureTracks, 0);
+    EXPECT_EQ(information.soundTracks, 1);
+    EXPECT_TRUE(information.naturalSize.isEmpty());
+}
+
+TEST(MovieReader, TellsTheSizeInWhichAMovieIsSeen)
+{
+    const auto turned = matrixOf(0, 1, -1, 0);
+    const auto sizeTold = [](const MovieFixture& fixture) {
+        return informationOf(movieBytes(fixture)).naturalSize;
+    };
+
+    EXPECT_EQ(sizeTold({}), QSize(64, 48));
+    EXPECT_EQ(sizeTold({ .pixelAspect = { 3, 2 } }), QSize(96, 48));
+    EXPECT_EQ(sizeTold({ .matrix = turned }), QSize(48, 64));
+    EXPECT_EQ(sizeTold({ .pixelAspect = { 1, 2 }, .matrix = turned }), QSize(48, 32));
+    EXPECT_EQ(sizeTold({ .matrix = matrixOf(-1, 0, 0, -1) }), QSize(64, 48));
+}
+
+TEST(MovieReader, TellsHowLongAMovieIs)
+{
+    for (const char* container : { "mov", "mp4", "matroska", "avi" }) {
+        const auto seconds = informationOf(movieBytes({ .container = container })).seconds;
+        ASSERT_TRUE(seconds) << container;
+        EXPECT_NEAR(*seconds, 2, 0.01) << container;
+    }
+    EXPECT_EQ(informationOf(tests::trackBytes({ .tracks = "s" })).seconds, 1);
+}
+
+TEST(MovieReader, TellsALengthAsItIsClaimed)
+{
+    constexpr quint32 kHours = 20 * 3600;
+    const QByteArray movie = tests::withClaimedDuration(movieBytes({}), kHours * 1000);
+
+    const auto information = informationOf(movie);
+
+    EXPECT_EQ(information.seconds, kHours);
+    EXPECT_EQ(shownNumber(movie), 19) << "The nearest to the middle";
+    EXPECT_EQ(numberAt(movie, 0.5), 5);
+}
+
+TEST(MovieReader, KnowsNoLengthWhereTheTracksSayThatTheyDoNot)
+{
+    const QByteArray movie
+        = tests::trackBytes({ .tracks = "ps", .flags = "frag_keyframe+empty_moov" });
+    constexpr quint32 kUnknown = 0xFFFFFFFF;
+
+    EXPECT_EQ(informationOf(tests::withClaimedDuration(movie, kUnknown)).seconds, std::nullopt);
+}
+
+TEST(MovieReader, TellsTheTitle)
+{
+    for (const char* container : { "mov", "mp4", "matroska", "avi" }) {
+        const MovieFixture fixture { .container = container,
+            .title = "Gr\xC3\xBC\xC3\x9F"
+                     "e" };
+        EXPECT_EQ(informationOf(movieBytes(fixture)).title, QStringLiteral("Gr\u00FC\u00DFe"))
+            << container;
+    }
+    EXPECT_TRUE(informationOf(movieBytes({})).title.isEmpty());
+}
+
+TEST(MovieReader, TellsATitleInOneLine)
+{
+    EXPECT_EQ(informationOf(movieBytes({ .title = " a\n\tlittle  house " })).title,
+        QStringLiteral("a little house"));
+}
+
+TEST(MovieReader, TakesATitleThatIsNotUtf8ForLatin1)
+{
+    const MovieFixture fixture { .container = "avi",
+        .title = "Gr\xFC\xDF"
+                 "e" };
+
+    EXPECT_EQ(informationOf(movieBytes(fixture)).title, QStringLiteral("Gr\u00FC\u00DFe"));
+}
+
+TEST(MovieReader, TakesTheTitleOfATrackForTheFilesWhereTheFileHasNone)
+{
+    const tests::TrackFixture named {
+        .tracks = "s", .container = "matroska", .trackTitle = "Comments"
+    };
+    const tests::TrackFixture music { .tracks = "o", .container = "ogg", .trackTitle = "Song" };
+
+    EXPECT_TRUE(informationOf(tests::trackBytes(named)).title.isEmpty());
+    EXPECT_EQ(informationOf(tests::trackBytes(music)).title, QStringLiteral("Song"));
+}
+
+TEST(MovieReader, TellsWhatAFileCutShortStillHas)
+{
+    QByteArray movie = movieBytes({ .container = "matroska", .title = "Rest" });
+    movie.truncate(movie.size() / 2);
+
+    const auto information = informationOf(movie);
+
+    EXPECT_EQ(information.pictureTracks, 1);
+    EXPECT_EQ(information.naturalSize, QSize(64, 48));
+    EXPECT_EQ(information.title, QStringLiteral("Rest"));
+}
+
+TEST(MovieReader, SurvivesAnyCut)
+{
+    const QByteArray whole[] = { movieBytes({ .frames = 4, .title = "Cut" }),
+        movieBytes({ .frames = 4, .container = "avi", .title = "Cut" }),
+        tests::musicBytes(tests::coverFrame(3, quarteredJpeg())) };
+    for (const QByteArray& bytes : whole) {
+        for (qsizetype length = 0; length < bytes.size(); length += 1 + bytes.size() / 60) {
+            FileBytes information(bytes.left(length));
+            FileBytes cover(bytes.left(length));
+            const auto told = readMovieInformation(information);
+            readMovieCover(cover);
+            EXPECT_TRUE(!told || !told->seconds || *told->seconds >= 0) << length;
+        }
+    }
+}
+
+TEST(MovieReader, KnowsNothingOfWhatIsNoMovie)
+{
+    EXPECT_EQ(refusalOf({}), ErrorKind::Unsupported);
+    EXPECT_EQ(refusalOf("text, plain"), ErrorKind::Unsupported);
+    EXPECT_EQ(refusalOf(movieBytes({}).left(64)), ErrorKind::Unsupported) << "header only";
+    EXPECT_EQ(refusalOf(quarteredJpeg()), ErrorKind::Unsupported);
+    EXPECT_EQ(coverOf({}).error().kind, ErrorKind::Unsupported);
+}
+
+TEST(MovieReader, TellsThatAFileHasNoTracks)
+{
+    // All that a movie needs, but every track under a name that nobody knows.
+    QByteArray movie = movieBytes({});
+    movie.replace("trak", "free");
+
+    const auto information = informationOf(movie);
+
+    EXPECT_EQ(information.pictureTracks, 0);
+    EXPECT_EQ(information.soundTracks, 0);
+    EXPECT_EQ(opened(movie).error().kind, ErrorKind::NotFound);
+}
+
+TEST(MovieReader, SurvivesNoFramesASecond)
+{
+    QByteArray movie = movieBytes({});
+    const qsizetype times = movie.indexOf("stts");
+    ASSERT_GT(times, 0);
+    movie.replace(times + 16, 4, QByteArray(4, '\0')); // How long each frame is.
+
+    EXPECT_EQ(informationOf(movie).naturalSize, QSize(64, 48));
+    EXPECT_GE(shownNumber(movie), 0);
+    EXPECT_GE(numberAt(movie, 1), 0);
+}
+
+TEST(MovieReader, HandsOverTheCover)
+{
+    const QByteArray picture = quarteredJpeg();
+
+    EXPECT_EQ(coverOf(tests::musicBytes(tests::coverFrame(3, picture))), picture);
+}
+
+TEST(MovieReader, PrefersTheFrontCover)
+{
+    const QByteArray front = quarteredJpeg();
+    const QByteArray back = tests::encodedPicture(tests::solidPicture({ 9, 9 }, Qt::blue), "jpg");
+    const QByteArray other = tests::encodedPicture(tests::solidPicture({ 8, 8 }, Qt::red), "jpg");
+
+    const auto cover = [](const QByteArray& frames) { return coverOf(tests::musicBytes(frames)); };
+    using tests::coverFrame;
+    EXPECT_EQ(cover(coverFrame(4, back) + coverFrame(3, front) + coverFrame(0, other)), front);
+    EXPECT_EQ(cover(coverFrame(4, back) + coverFrame(0, other)), back);
+}
+
+TEST(MovieReader, FindsNoCoverWhereThereIsNone)
+{
+    for (const QByteArray& bytes :
+        { movieBytes({}), tests::musicBytes({}), tests::musicBytes(tests::coverFrame(3, {})) }) {
+        const auto cover = coverOf(bytes);
+
+        ASSERT_FALSE(cover);
+        EXPECT_EQ(cover.error().kind, ErrorKind::NotFound);
+    }
 }
 
 } // namespace quorvane

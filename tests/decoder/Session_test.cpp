@@ -22,7 +22,8 @@ using What = DecodeRequest::What;
 struct SessionTest : testing::Test {
     tests::FixtureFolder folder;
     std::pair<FileDescriptor, FileDescriptor> ends = std::move(*makeMessageSockets());
-    Formats formats { tests::kFakeTable, tests::openFakeFrame };
+    Formats formats { tests::kFakeTable, tests::openFakeFrame, tests::readFakeInformation,
+        tests::readFakeCover };
     std::thread decoder;
     std::unique_ptr<SharedMemory> memory = SharedMemory::create(4096);
 
@@ -52,10 +53,12 @@ struct SessionTest : testing::Test {
     {
         EXPECT_TRUE(sendMessage(ends.first.get(), std::as_bytes(std::span(&message, 1)), file));
     }
-    FromDecoder open(const QByteArray& contents, What what = What::Picture)
+    FromDecoder open(const QByteArray& contents, What what = What::Picture, double seconds = 0)
     {
         const auto file = openForReading(FileURL(folder.write("a", contents)));
-        send({ ToDecoder::Kind::Open, static_cast<std::uint32_t>(what) }, file->get());
+        ToDecoder message { ToDecoder::Kind::Open, static_cast<std::uint32_t>(what) };
+        message.seconds = seconds;
+        send(message, file->get());
         return answer();
     }
     FromDecoder render(QSize size, std::uint64_t buffer = 1, bool isNew = true)
@@ -135,13 +138,76 @@ TEST_F(SessionTest, OpensTheFrameOfAMovie)
     EXPECT_EQ(open("movie").kind, Kind::Failed);
 }
 
+TEST_F(SessionTest, OpensTheFrameOfAMoment)
+{
+    start();
+
+    EXPECT_EQ(open("movie", What::MovieFrameAt, 33).height, 33);
+    EXPECT_EQ(open("movie", What::MovieFrame, 33).height, 9);
+}
+
+TEST_F(SessionTest, TellsWhatAMovieSaysOfItself)
+{
+    start();
+
+    const FromDecoder told = open("movie Title", What::MovieInformation);
+
+    EXPECT_EQ(told.kind, Kind::Described);
+    EXPECT_EQ(QSize(told.width, told.height), QSize(16, 9));
+    EXPECT_EQ(told.pictureTracks, 1);
+    EXPECT_EQ(told.soundTracks, 2);
+    EXPECT_EQ(told.seconds, 12.5);
+    EXPECT_STREQ(told.text.data(), "Title");
+    EXPECT_EQ(render({ 4, 3 }).kind, Kind::Failed) << "There is nothing to draw";
+}
+
+TEST_F(SessionTest, TellsWhatIsUnknownOfAMovie)
+{
+    start();
+
+    const FromDecoder told = open("movie unknown", What::MovieInformation);
+
+    EXPECT_EQ(told.kind, Kind::Described);
+    EXPECT_EQ(QSize(told.width, told.height), QSize(0, 0));
+    EXPECT_EQ(told.seconds, kUnknownSeconds);
+    EXPECT_STREQ(told.text.data(), "");
+    EXPECT_EQ(open("4x3", What::MovieInformation).kind, Kind::Failed);
+}
+
+TEST_F(SessionTest, CutsATitleBetweenCharacters)
+{
+    start();
+    const QByteArray umlauts = QByteArray("\xC3\xA4").repeated(200);
+
+    const auto told = open("movie " + umlauts, What::MovieInformation);
+    const auto shifted = open("movie a" + umlauts, What::MovieInformation);
+
+    EXPECT_EQ(QByteArray(told.text.data()), umlauts.left(230));
+    EXPECT_EQ(QByteArray(shifted.text.data()), "a" + umlauts.left(230));
+}
+
+TEST_F(SessionTest, OpensTheCoverAsAPicture)
+{
+    start();
+
+    const FromDecoder opened = open("movie 4x3 turned", What::MovieCover);
+
+    EXPECT_EQ(QSize(opened.width, opened.height), QSize(3, 4));
+    EXPECT_EQ(render({ 3, 4 }).kind, Kind::Rendered);
+    EXPECT_EQ(pixel(0), kFakeColour);
+    EXPECT_EQ(open("movie", What::MovieCover).kind, Kind::Failed);
+    EXPECT_EQ(open("movie words", What::MovieCover).kind, Kind::Failed);
+}
+
 TEST_F(SessionTest, HandsOnWhatItDoesNotKnowWhereItKnowsPhotographsOnly)
 {
-    formats.openMovieFrame = nullptr;
+    formats = { tests::kFakeTable };
     start();
 
     EXPECT_EQ(open("words").kind, Kind::Unknown);
-    EXPECT_EQ(open("movie", What::MovieFrame).kind, Kind::Unknown);
+    for (const What what :
+        { What::MovieFrame, What::MovieFrameAt, What::MovieCover, What::MovieInformation })
+        EXPECT_EQ(open("movie 4x3", what).kind, Kind::Unknown);
     EXPECT_EQ(open("4x3 unsupported").kind, Kind::Unknown);
     EXPECT_EQ(open("4x3").kind, Kind::Opened);
 }

@@ -16,7 +16,8 @@ namespace {
 
 using namespace quorvane;
 
-/// Which reader is fed: a name of the table of formats, "movie", or "any" for what the table says.
+/// Which reader is fed: a name of the table of formats, "movie" for all
+/// that movies are asked for, or "any" for what the table says.
 std::string gEntry = "any";
 
 /// Pixels of pictures that are worth their time: what breaks in large ones breaks in small ones.
@@ -46,6 +47,22 @@ void feed(const PictureFormat& format, const QByteArray& bytes)
         render(format.openThumbnail(file));
 }
 
+/// What comes along with a movie, and its frames at the middle and at a moment.
+void feedMovie(const QByteArray& bytes)
+{
+    FileBytes file(bytes);
+    render(openMovieFrame(file));
+    render(openMovieFrame(file, 1));
+    if (const auto information = readMovieInformation(file)) {
+        if (information->seconds && !(*information->seconds >= 0))
+            std::abort();
+    }
+    const auto cover = readMovieCover(file);
+    FileBytes picture(cover.value_or(QByteArray()));
+    if (const PictureFormat* const format = formatOf(picture, allFormats()))
+        render(format->open(picture));
+}
+
 void ignoreMessage(QtMsgType, const QMessageLogContext&, const QString&) { }
 
 } // namespace
@@ -66,8 +83,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     if (gEntry == "movie") {
-        FileBytes file(bytes);
-        render(openMovieFrame(file));
+        feedMovie(bytes);
         return 0;
     }
     if (gEntry == "any") {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Decoders that die, hang and lie, and what becomes of the files.
 #include "platform/DecoderPool.h"
+#include "platform/Sanitizer.h"
 #include "support/FixtureFolder.h"
 
 #include <gtest/gtest.h>
@@ -24,13 +25,10 @@ using namespace std::chrono_literals;
 using tests::FixtureFolder;
 using Answer = Result<DecodeAnswer>;
 using Priority = DecodeRequest::Priority;
+using What = DecodeRequest::What;
 
 /// Milliseconds between one end and the next: longer than a decoder takes to start.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int kKillPause = 300;
-#else
-constexpr int kKillPause = 3;
-#endif
+constexpr int kKillPause = kHasSanitizer ? 300 : 3;
 
 /// The numbers of the processes that this one has started.
 std::set<pid_t> childProcesses()
@@ -131,6 +129,43 @@ TEST_F(DecoderPoolTest, TellsWhatTheDecoderSays)
     ASSERT_FALSE(answer);
     EXPECT_EQ(answer.error().kind, ErrorKind::Damaged);
     EXPECT_EQ(answer.error().message, QStringLiteral("as told"));
+}
+
+TEST_F(DecoderPoolTest, TellsWhatAMovieSaysOfItself)
+{
+    const auto answer = decoded("describe:640,480,1,2,12.5", { .what = What::MovieInformation });
+
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->movie.naturalSize, QSize(640, 480));
+    EXPECT_EQ(answer->movie.pictureTracks, 1);
+    EXPECT_EQ(answer->movie.soundTracks, 2);
+    EXPECT_EQ(answer->movie.seconds, 12.5);
+    EXPECT_EQ(answer->movie.title, QString(230, QLatin1Char('t')));
+    EXPECT_TRUE(answer->pixels.isNull());
+}
+
+TEST_F(DecoderPoolTest, TellsThatThereIsNoPictureAndNoLength)
+{
+    const auto answer = decoded("describe:0,0,0,1,-1", { .what = What::MovieInformation });
+
+    ASSERT_TRUE(answer);
+    EXPECT_TRUE(answer->movie.naturalSize.isEmpty());
+    EXPECT_EQ(answer->movie.seconds, std::nullopt);
+}
+
+TEST_F(DecoderPoolTest, BelievesNoMovieThatCannotBe)
+{
+    for (const char* words : { "describe:-4,3,1,0,1", "describe:4,0,1,0,1",
+             "describe:1073741824,1,1,0,1", "describe:4,3,-1,0,1", "describe:4,3,1,-1,1",
+             "describe:4,3,1,0,nan", "describe:4,3,1,0,inf", "4x3" })
+        EXPECT_EQ(refusal(decoded(words, { .what = What::MovieInformation })), ErrorKind::Damaged)
+            << words;
+}
+
+TEST_F(DecoderPoolTest, WantsNoWordsInPlaceOfAPicture)
+{
+    EXPECT_EQ(refusal(decoded("describe:4,3,1,0,1")), ErrorKind::Damaged);
+    EXPECT_EQ(refusal(decoded("4x3 describe:4,3,1,0,1")), ErrorKind::Damaged);
 }
 
 TEST_F(DecoderPoolTest, KeepsADecoderForTheNextFile)

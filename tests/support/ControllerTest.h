@@ -5,6 +5,7 @@
 
 #include "BusyPool.h"
 #include "FakeDisplay.h"
+#include "FakeMoviePlayer.h"
 #include "ManualClock.h"
 #include "PictureFiles.h"
 #include "app/ControlPanel.h"
@@ -131,7 +132,10 @@ struct ControllerTest : testing::Test {
                      [this](const FileURL& file, const QByteArray& application) {
                          opened.push_back(nameOf(file) + " by " + application.toStdString());
                      },
-            .keepAwake = [this](bool awake) { isAwake = awake; } };
+            .keepAwake = [this](bool awake) { isAwake = awake; },
+            .makePlayer
+            = [this](const FileURL& file) { return hasPlayers ? movie.makePlayer(file) : nullptr; },
+            .prepareMovie = [this] { ++preparations; } };
     }
 
     /// From now on with the view that the program uses, which decodes.
@@ -202,6 +206,9 @@ struct ControllerTest : testing::Test {
     FakeScreen screen;
     int nothingLeft = 0; ///< How often the controller said so.
     Names opened; ///< "1.png by /usr/bin/editor".
+    FakeMovie movie; ///< Every movie of the show, one after the other.
+    bool hasPlayers = true;
+    int preparations = 0; ///< How often a movie was announced.
     bool isAwake = false; ///< The display is kept awake.
     std::vector<bool> playing; ///< What the controller said of its timer.
     std::unique_ptr<SlideController> controller;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "display/SVImageDisplay.h"
+#include "platform/MoviePlayer.h"
 #include "platform/PathRules.h"
 
 #include <QWidget>
@@ -56,6 +57,7 @@ struct FakeScreen {
 
     std::vector<std::string> asked; ///< "1.png>" forward, "1.png<" backward.
     std::vector<std::string> readAhead; ///< Names.
+    std::shared_ptr<MoviePlayer> movie; ///< The one that it was given last.
     std::string shown; ///< The name on the screen; empty for none.
     std::vector<std::string> zooms; ///< "in", "one", "off".
     int fitUpdates = 0;
@@ -96,6 +98,7 @@ public:
     {
         ++mScreen.clears;
         mScreen.shown.clear();
+        mScreen.movie.reset();
         mRequest.reset();
         if (mScreen.onClear)
             mScreen.onClear();
@@ -120,6 +123,22 @@ public:
     }
 
     void setImage(const std::shared_ptr<SVImage>& /*image*/, bool /*forward*/) override { }
+    void showMovie(const std::shared_ptr<MoviePlayer>& player, bool forward) override
+    {
+        mScreen.asked.push_back(nameOf(player->url()) + (forward ? '>' : '<'));
+        mScreen.movie = player;
+        mRequest.reset();
+        player->play();
+    }
+
+    /// As if its first frame were there.
+    void showMovieFrame()
+    {
+        mScreen.shown = nameOf(mScreen.movie->url());
+        if (mDelegate)
+            mDelegate->movieAppeared();
+    }
+
     void refresh() override { }
     bool isBusy() const override { return mScreen.isBusy; }
     bool isLoading() const override
@@ -137,8 +156,10 @@ public:
         mRequest.reset();
         mIsImageUnfinished = mScreen.unfinished.contains(nameOf(url));
         mImageOK = !mIsImageUnfinished && !mScreen.damaged.contains(nameOf(url));
-        if (mImageOK)
+        if (mImageOK) {
             mScreen.shown = nameOf(url);
+            mScreen.movie.reset();
+        }
         if (mDelegate)
             mDelegate->imageWithURLFinished(url);
     }

@@ -2,6 +2,8 @@
 // Tiny movies for tests, encoded in memory: length, shape and turning as the test wants them.
 #pragma once
 
+#include "support/ContainerBytes.h"
+
 #include <QByteArray>
 #include <QSize>
 
@@ -29,12 +31,15 @@ struct MovieFixture {
     int frames = 20;
     int framesPerSecond = 10;
     int keyEvery = 5; ///< Every so many frames one can be decoded by itself.
+    AVCodecID codec = AV_CODEC_ID_MPEG4;
     const char* container = "mov";
     AVRational pixelAspect { 1, 1 };
     std::optional<std::array<qint32, 9>> matrix = {};
     AVColorSpace colorSpace = AVCOL_SPC_SMPTE170M;
     AVColorRange range = AVCOL_RANGE_MPEG;
-    bool isSound = false; ///< A track of silence instead of the pictures.
+    bool isSound = false; ///< A track of silence, a tenth of a second, instead of the pictures.
+    int silentPackets = 0; ///< Of 24 ms each, in a track beside the pictures.
+    const char* title = nullptr;
     /// Of the frame's number and the place, from 0 to 1 to the right and downwards.
     std::function<Yuv(int, double, double)> pixel = [](int frame, double, double) {
         return Yuv { 30 + 10 * frame, 128, 128 };
@@ -75,13 +80,14 @@ inline void writePackets(AVFormatContext* format, AVCodecContext* codec, AVStrea
 
 inline AVCodecContext* encoderFor(const MovieFixture& fixture, const AVFormatContext* format)
 {
-    AVCodecContext* const codec = avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MPEG4));
+    AVCodecContext* const codec = avcodec_alloc_context3(avcodec_find_encoder(fixture.codec));
     codec->width = fixture.size.width();
     codec->height = fixture.size.height();
     codec->pix_fmt = AV_PIX_FMT_YUV420P;
     codec->time_base = { 1, fixture.framesPerSecond };
     codec->framerate = { fixture.framesPerSecond, 1 };
     codec->gop_size = fixture.keyEvery;
+    codec->max_b_frames = fixture.codec == AV_CODEC_ID_MPEG2VIDEO ? 2 : 0;
     codec->sample_aspect_ratio = fixture.pixelAspect;
     codec->colorspace = fixture.colorSpace;
     codec->color_range = fixture.range;
@@ -92,6 +98,63 @@ inline AVCodecContext* encoderFor(const MovieFixture& fixture, const AVFormatCon
         codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     avcodec_open2(codec, nullptr, nullptr);
     return codec;
+}
+
+/// A track of sound as it comes with MPEG-2, which has nothing in it yet.
+struct SilentTrack {
+    explicit SilentTrack(AVFormatContext* of)
+        : format(of)
+        , codec(avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MP2)))
+        , stream(avformat_new_stream(of, nullptr))
+    {
+        codec->sample_rate = 48000;
+        codec->sample_fmt = AV_SAMPLE_FMT_S16;
+        codec->time_base = { 1, codec->sample_rate };
+        av_channel_layout_default(&codec->ch_layout, 1);
+        avcodec_open2(codec, nullptr, nullptr);
+        avcodec_parameters_from_context(stream->codecpar, codec);
+    }
+
+    ~SilentTrack() { avcodec_free_context(&codec); }
+
+    void write(int packets)
+    {
+        AVFrame* frame = av_frame_alloc();
+        frame->nb_samples = codec->frame_size;
+        frame->format = codec->sample_fmt;
+        av_channel_layout_copy(&frame->ch_layout, &codec->ch_layout);
+        av_frame_get_buffer(frame, 0);
+        std::memset(frame->data[0], 0, static_cast<std::size_t>(frame->nb_samples) * 2);
+        for (frame->pts = 0; frame->pts < std::int64_t(packets) * frame->nb_samples;
+             frame->pts += frame->nb_samples) {
+            avcodec_send_frame(codec, frame);
+            writePackets(format, codec, stream);
+        }
+        av_frame_free(&frame);
+    }
+
+    AVFormatContext* format;
+    AVCodecContext* codec;
+    AVStream* stream;
+};
+
+inline void writePictures(
+    AVFormatContext* format, AVCodecContext* codec, AVStream* stream, const MovieFixture& fixture)
+{
+    AVFrame* frame = av_frame_alloc();
+    frame->width = codec->width;
+    frame->height = codec->height;
+    frame->format = codec->pix_fmt;
+    av_frame_get_buffer(frame, 0);
+    frame->quality = codec->global_quality;
+    for (int number = 0; number < fixture.frames; ++number) {
+        fillFrame(frame, fixture, number);
+        avcodec_send_frame(codec, frame);
+        writePackets(format, codec, stream);
+    }
+    avcodec_send_frame(codec, nullptr);
+    writePackets(format, codec, stream);
+    av_frame_free(&frame);
 }
 
 inline void addPictures(AVFormatContext* format, const MovieFixture& fixture)
@@ -107,24 +170,16 @@ inline void addPictures(AVFormatContext* format, const MovieFixture& fixture)
             = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, sizeof *fixture.matrix);
         std::memcpy(data, fixture.matrix->data(), sizeof *fixture.matrix);
     }
+    std::optional<SilentTrack> silence;
+    if (fixture.silentPackets > 0)
+        silence.emplace(format);
     AVDictionary* options = nullptr;
     av_dict_set(&options, "movflags", "write_colr", 0);
     [[maybe_unused]] const int code = avformat_write_header(format, &options);
     av_dict_free(&options);
-    AVFrame* frame = av_frame_alloc();
-    frame->width = codec->width;
-    frame->height = codec->height;
-    frame->format = codec->pix_fmt;
-    av_frame_get_buffer(frame, 0);
-    frame->quality = codec->global_quality;
-    for (int number = 0; number < fixture.frames; ++number) {
-        fillFrame(frame, fixture, number);
-        avcodec_send_frame(codec, frame);
-        writePackets(format, codec, stream);
-    }
-    avcodec_send_frame(codec, nullptr);
-    writePackets(format, codec, stream);
-    av_frame_free(&frame);
+    writePictures(format, codec, stream, fixture);
+    if (silence)
+        silence->write(fixture.silentPackets);
     avcodec_free_context(&codec);
 }
 
@@ -151,21 +206,13 @@ inline void addSilence(AVFormatContext* format)
 
 inline QByteArray movieBytes(const MovieFixture& fixture)
 {
-    av_log_set_level(AV_LOG_QUIET);
-    AVFormatContext* format = nullptr;
-    avformat_alloc_output_context2(&format, nullptr, fixture.container, nullptr);
-    avio_open_dyn_buf(&format->pb);
+    AVFormatContext* const format = makeContainer(fixture.container);
+    av_dict_set(&format->metadata, "title", fixture.title, 0);
     if (fixture.isSound)
         movie_bytes::addSilence(format);
     else
         movie_bytes::addPictures(format, fixture);
-    av_write_trailer(format);
-    uint8_t* data = nullptr;
-    const int size = avio_close_dyn_buf(format->pb, &data);
-    const QByteArray bytes(reinterpret_cast<const char*>(data), size);
-    av_free(data);
-    avformat_free_context(format);
-    return bytes;
+    return bytesOf(format);
 }
 
 } // namespace quorvane::tests

@@ -5,6 +5,7 @@
 #include "platform/DecoderProtocol.h"
 #include "platform/FileDescriptor.h"
 #include "platform/MessageSocket.h"
+#include "platform/ServiceProcess.h"
 
 #include <QByteArray>
 #include <QByteArrayList>
@@ -42,7 +43,7 @@ void setTarget(const FileDescriptor& file)
 
 void send(const FromDecoder& message)
 {
-    sendMessage(kDecoderSocket, std::as_bytes(std::span(&message, 1)));
+    sendMessage(kServiceSocket, std::as_bytes(std::span(&message, 1)));
 }
 
 /// Puts a word behind the others: how often a file was tried is its last words.
@@ -74,6 +75,21 @@ void sendOpened(int width, int height)
     send(answer);
 }
 
+/// \param numbers  width, height, picture tracks, sound tracks and seconds, with commas between.
+void sendDescribed(const QByteArray& numbers)
+{
+    const QByteArrayList values = numbers.split(',');
+    FromDecoder answer { FromDecoder::Kind::Described };
+    answer.width = values[0].toInt();
+    answer.height = values[1].toInt();
+    answer.pictureTracks = values[2].toInt();
+    answer.soundTracks = values[3].toInt();
+    answer.seconds = values[4].toDouble();
+    answer.text.fill('t'); // Nothing ends it.
+    answer.text.front() = '\n';
+    send(answer);
+}
+
 void fail()
 {
     FromDecoder answer { FromDecoder::Kind::Failed };
@@ -100,11 +116,11 @@ bool obey(const QByteArray& word, const FileDescriptor& file)
     if (word == "hang" || (word == "hang-unless-fresh" && gServed > 1))
         hang();
     if (word == "close") {
-        close(kDecoderSocket);
+        close(kServiceSocket);
         hang();
     }
     if (word == "short")
-        sendMessage(kDecoderSocket, std::as_bytes(std::span("x", 1)));
+        sendMessage(kServiceSocket, std::as_bytes(std::span("x", 1)));
     else if (word == "rendered")
         send({ FromDecoder::Kind::Rendered });
     else if (word == "ready")
@@ -115,6 +131,8 @@ bool obey(const QByteArray& word, const FileDescriptor& file)
         sendOpened(-4, 3);
     else if (word == "endless")
         sendOpened(1 << 30, 1);
+    else if (word.startsWith("describe:"))
+        sendDescribed(word.mid(9));
     else if (word == "fail")
         fail();
     else
@@ -178,7 +196,7 @@ int main(int /*argc*/, char** argv)
     for (;;) {
         ToDecoder request;
         FileDescriptor file;
-        if (awaitMessage(kDecoderSocket, std::as_writable_bytes(std::span(&request, 1)), file)
+        if (awaitMessage(kServiceSocket, std::as_writable_bytes(std::span(&request, 1)), file)
             != Received::Message)
             return 0;
         if (request.kind == ToDecoder::Kind::Open)

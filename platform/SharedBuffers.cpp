@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/DecoderBuffers.h"
+#include "platform/SharedBuffers.h"
 
 #include <algorithm>
 #include <numeric>
@@ -25,7 +25,7 @@ size_t roundedUp(size_t size)
 
 } // namespace
 
-DecoderBuffers::Lease DecoderBuffers::take(size_t size, bool& isNew)
+SharedBuffers::Lease SharedBuffers::take(size_t size, bool& isNew)
 {
     const size_t needed = roundedUp(std::max<size_t>(size, 1));
     Buffer buffer;
@@ -53,20 +53,20 @@ DecoderBuffers::Lease DecoderBuffers::take(size_t size, bool& isNew)
     return { new Buffer(std::move(buffer)), giveBackLater };
 }
 
-std::vector<std::uint64_t> DecoderBuffers::takeForgotten()
+std::vector<std::uint64_t> SharedBuffers::takeForgotten()
 {
     const std::lock_guard lock(mMutex);
     return std::exchange(mForgotten, {});
 }
 
-void DecoderBuffers::close()
+void SharedBuffers::close()
 {
     const std::lock_guard lock(mMutex);
     mIsClosed = true;
     mFree.clear();
 }
 
-void DecoderBuffers::giveBack(Buffer buffer)
+void SharedBuffers::giveBack(Buffer buffer)
 {
     const std::lock_guard lock(mMutex);
     if (mIsClosed)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/DecoderBuffers.h"
+#include "platform/SharedBuffers.h"
 
 #include <gtest/gtest.h>
 
@@ -9,10 +9,10 @@ namespace {
 
 constexpr size_t kMegabyte = size_t(1) << 20;
 
-struct DecoderBuffersTest : testing::Test {
-    std::shared_ptr<DecoderBuffers> buffers = std::make_shared<DecoderBuffers>();
+struct SharedBuffersTest : testing::Test {
+    std::shared_ptr<SharedBuffers> buffers = std::make_shared<SharedBuffers>();
 
-    DecoderBuffers::Lease take(size_t size, bool isNewExpected)
+    SharedBuffers::Lease take(size_t size, bool isNewExpected)
     {
         bool isNew = !isNewExpected;
         auto lease = buffers->take(size, isNew);
@@ -25,7 +25,7 @@ struct DecoderBuffersTest : testing::Test {
     }
 };
 
-TEST_F(DecoderBuffersTest, GiveEnough)
+TEST_F(SharedBuffersTest, GiveEnough)
 {
     for (const size_t size : { size_t(0), size_t(1), size_t(70'000), 3 * kMegabyte + 1 }) {
         bool isNew = false;
@@ -33,7 +33,7 @@ TEST_F(DecoderBuffersTest, GiveEnough)
     }
 }
 
-TEST_F(DecoderBuffersTest, GiveTheSameMemoryAgain)
+TEST_F(SharedBuffersTest, GiveTheSameMemoryAgain)
 {
     const auto first = numberOf(3 * kMegabyte, true);
 
@@ -41,21 +41,21 @@ TEST_F(DecoderBuffersTest, GiveTheSameMemoryAgain)
     EXPECT_EQ(numberOf(2 * kMegabyte + 1, false), first) << "a size that is nearly the same";
 }
 
-TEST_F(DecoderBuffersTest, GiveNobodyWhatSomebodyUses)
+TEST_F(SharedBuffersTest, GiveNobodyWhatSomebodyUses)
 {
     const auto used = take(kMegabyte, true);
 
     EXPECT_NE(numberOf(kMegabyte, true), used->number);
 }
 
-TEST_F(DecoderBuffersTest, DoNotWasteALargePieceOnASmallPicture)
+TEST_F(SharedBuffersTest, DoNotWasteALargePieceOnASmallPicture)
 {
     numberOf(8 * kMegabyte, true);
 
     numberOf(kMegabyte, true);
 }
 
-TEST_F(DecoderBuffersTest, NameEachPieceDifferently)
+TEST_F(SharedBuffersTest, NameEachPieceDifferently)
 {
     const auto a = take(1, true);
     const auto b = take(1, true);
@@ -63,7 +63,7 @@ TEST_F(DecoderBuffersTest, NameEachPieceDifferently)
     EXPECT_NE(a->number, b->number);
 }
 
-TEST_F(DecoderBuffersTest, ForgetTheOldestBeyondAHundredMegabytesOrSo)
+TEST_F(SharedBuffersTest, ForgetTheOldestBeyondAHundredMegabytesOrSo)
 {
     auto a = take(60 * kMegabyte, true);
     auto b = take(60 * kMegabyte, true);
@@ -79,7 +79,7 @@ TEST_F(DecoderBuffersTest, ForgetTheOldestBeyondAHundredMegabytesOrSo)
     EXPECT_TRUE(buffers->takeForgotten().empty()) << "told twice";
 }
 
-TEST_F(DecoderBuffersTest, AreGivenToNobodyOnceTheDecoderIsGone)
+TEST_F(SharedBuffersTest, AreGivenToNobodyOnceTheDecoderIsGone)
 {
     auto used = take(kMegabyte, true);
     numberOf(5 * kMegabyte, true);
@@ -91,7 +91,7 @@ TEST_F(DecoderBuffersTest, AreGivenToNobodyOnceTheDecoderIsGone)
     numberOf(5 * kMegabyte, true);
 }
 
-TEST_F(DecoderBuffersTest, LiveAsLongAsAPictureUsesThem)
+TEST_F(SharedBuffersTest, LiveAsLongAsAPictureUsesThem)
 {
     const auto used = take(kMegabyte, true);
 
