@@ -1,30 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/DesktopApplication.h"
 
-#include "platform/DecoderProgram.h"
 #include "platform/DesktopModule.h"
 #include "platform/FileURL.h"
+#include "platform/ModuleLoading.h"
 #include "platform/TypeIdentifier.h"
-
-#include <dlfcn.h>
-
-#include <filesystem>
 
 namespace quorvane {
 
 namespace {
 
-/// \return nullptr when it is not there or does not fit this machine.
 const DesktopFunctions* loadModule()
 {
-    const auto folder = std::filesystem::path(decoderProgram().toStdString()).parent_path();
-    // Never unloaded: the library has threads.
-    void* const module = dlopen((folder / kDesktopModule).c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!module) {
-        qWarning("Applications are not known: %s", dlerror());
-        return nullptr;
-    }
-    const auto function = reinterpret_cast<DesktopFunction>(dlsym(module, kDesktopFunction));
+    const auto function = reinterpret_cast<DesktopFunction>(
+        loadModuleFunction(kDesktopModule, kDesktopFunction, "Applications are not known"));
     return function ? function() : nullptr;
 }
 

@@ -4,12 +4,12 @@
 
 #include "platform/FileDescriptor.h"
 #include "platform/FileStatus.h"
+#include "platform/MoviePlayer.h"
 #include "platform/PathRules.h"
 #include "platform/TypeTable.h"
 
 #include <QHash>
 #include <QMimeDatabase>
-#include <QSet>
 
 #include <unistd.h>
 
@@ -142,9 +142,13 @@ constexpr std::array kUnreadTypes { "public.avci", "public.avcs", "public.pvr", 
 
 bool isRead(const TypeRow& row)
 {
-    return row.kind == TypeKind::Image
-        && std::none_of(kUnreadTypes.begin(), kUnreadTypes.end(),
-            [&](const char* type) { return row.identifier == QLatin1String(type); });
+    return std::none_of(kUnreadTypes.begin(), kUnreadTypes.end(),
+        [&](const char* type) { return row.identifier == QLatin1String(type); });
+}
+
+bool canBeOpened(const TypeRow& row)
+{
+    return row.kind == TypeKind::Image ? isRead(row) : MoviePlayer::isAvailable();
 }
 
 } // namespace
@@ -153,7 +157,7 @@ bool isRead(const TypeRow& row)
 struct DisplayableTypes {
     QStringList images;
     QStringList audiovisuals;
-    QSet<QString> all; ///< Both lists.
+    QHash<QString, SlideKind> kinds; ///< Of all in both lists.
 };
 
 namespace {
@@ -165,8 +169,9 @@ template <typename Opens> DisplayableTypes typesThat(const Opens& opens)
     for (const TypeRow& row : typeRows()) {
         if (row.kind == TypeKind::Other || !opens(row))
             continue;
-        (row.kind == TypeKind::Image ? types.images : types.audiovisuals).append(row.identifier);
-        types.all.insert(row.identifier);
+        const bool isImage = row.kind == TypeKind::Image;
+        (isImage ? types.images : types.audiovisuals).append(row.identifier);
+        types.kinds.insert(row.identifier, isImage ? SlideKind::Picture : SlideKind::Movie);
     }
     return types;
 }
@@ -178,8 +183,7 @@ const DisplayableTypes& displayableTypes()
 {
     if (const DisplayableTypes* const types = gTypesForTesting.load(std::memory_order_acquire))
         return *types;
-    // This version plays no movies.
-    static const DisplayableTypes real = typesThat(isRead);
+    static const DisplayableTypes real = typesThat(canBeOpened);
     return real;
 }
 
@@ -223,7 +227,14 @@ QStringList TypeIdentifier::audiovisualTypes() { return displayableTypes().audio
 
 bool TypeIdentifier::isDisplayable(const QString& identifier)
 {
-    return displayableTypes().all.contains(identifier);
+    return displayableTypes().kinds.contains(identifier);
+}
+
+std::optional<SlideKind> TypeIdentifier::slideKindOf(const QString& identifier)
+{
+    const auto& kinds = displayableTypes().kinds;
+    const auto kind = kinds.find(identifier);
+    return kind == kinds.end() ? std::nullopt : std::optional(*kind);
 }
 
 bool TypeIdentifier::conformsTo(const QString& identifier, const QString& parent)

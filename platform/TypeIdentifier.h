@@ -11,10 +11,17 @@
 #include <QStringList>
 
 #include <memory>
+#include <optional>
 
 namespace quorvane {
 
 struct DisplayableTypes;
+
+/// How a slide comes on screen.
+enum class SlideKind : quint8 {
+    Picture,
+    Movie, ///< It takes its own time. Sound without a picture, too.
+};
 
 /// Answers about types. Thread: any. The empty identifier means "unknown, and not displayable".
 class TypeIdentifier {
@@ -49,6 +56,9 @@ public:
 
     /// Whether it is in one of the two lists. PDF and PostScript never are.
     static bool isDisplayable(const QString& identifier);
+
+    /// Nothing when it is not displayable.
+    static std::optional<SlideKind> slideKindOf(const QString& identifier);
 
     /// Everything conforms to itself, pictures to "public.image", movies to "public.movie", sound
     /// to "public.audio". Sub-types are not followed further.

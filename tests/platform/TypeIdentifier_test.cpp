@@ -253,6 +253,18 @@ TEST(DisplayableTypes, IncludeMoviesAndSoundWhereAPlayerIs)
     EXPECT_TRUE(TypeIdentifier::isDisplayable(id("org.matroska.mkv")));
 }
 
+TEST(DisplayableTypes, ComeOnScreenAsPicturesOrAsMovies)
+{
+    const Decoders decoders({ id("jpeg"), id("gif") }, Decoders::Audiovisual::All);
+
+    EXPECT_EQ(TypeIdentifier::slideKindOf(id("public.jpeg")), SlideKind::Picture);
+    EXPECT_EQ(TypeIdentifier::slideKindOf(id("com.compuserve.gif")), SlideKind::Picture);
+    EXPECT_EQ(TypeIdentifier::slideKindOf(id("public.mpeg-4")), SlideKind::Movie);
+    EXPECT_EQ(TypeIdentifier::slideKindOf(id("public.mp3")), SlideKind::Movie);
+    EXPECT_EQ(TypeIdentifier::slideKindOf(id("public.png")), std::nullopt);
+    EXPECT_EQ(TypeIdentifier::slideKindOf(QString()), std::nullopt);
+}
+
 TEST(DisplayableTypes, NeverIncludePages)
 {
     const Decoders decoders(
@@ -293,11 +305,17 @@ TEST(DisplayableTypes, AreNoPicturesThatNothingReads)
     }
 }
 
-TEST(DisplayableTypes, AreNoMoviesAndNoSound)
+TEST(DisplayableTypes, AreTheMoviesAndTheSoundOfTheTable)
 {
-    EXPECT_TRUE(TypeIdentifier::audiovisualTypes().isEmpty());
-    EXPECT_FALSE(TypeIdentifier::isDisplayable(id("public.mpeg-4")));
-    EXPECT_FALSE(TypeIdentifier::isDisplayable(id("public.mp3")));
+    QStringList expected;
+    for (const TypeRow& row : typeRows()) {
+        if (row.kind == TypeKind::Movie || row.kind == TypeKind::Audio)
+            expected.append(row.identifier);
+    }
+
+    EXPECT_EQ(TypeIdentifier::audiovisualTypes(), expected);
+    EXPECT_TRUE(TypeIdentifier::isDisplayable(id("public.mpeg-4")));
+    EXPECT_TRUE(TypeIdentifier::isDisplayable(id("public.mp3")));
 }
 
 TEST(DisplayableTypes, ComeBackWhenATestEnds)
