@@ -10,6 +10,7 @@ class QWidget;
 
 namespace quorvane {
 
+class MoviePlayer;
 class SVImage;
 
 /// Hears from the display. Thread: main.
@@ -24,6 +25,9 @@ public:
     /// screen is as it was. May come before setImageWithURL() returns. A request that is overtaken
     /// by another is never answered.
     virtual void imageWithURLFinished(const FileURL& url) = 0;
+
+    /// The movie of showMovie() is on screen.
+    virtual void movieAppeared() = 0;
 };
 
 /// Shows one slide at a time. Thread: main.
@@ -66,6 +70,11 @@ public:
 
     /// Shows a picture that is there already.
     virtual void setImage(const std::shared_ptr<SVImage>& image, bool forward) = 0;
+
+    /// Shows a movie and plays it. What is on screen stays until its first frame is there; its own
+    /// last frame stays until something else is shown.
+    /// \param player  nullptr for nothing in the place of a picture.
+    virtual void showMovie(const std::shared_ptr<MoviePlayer>& player, bool forward) = 0;
 
     /// Places and decodes the picture anew.
     virtual void refresh() = 0;

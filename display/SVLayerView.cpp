@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "display/SVLayerView.h"
 
+#include "display/MoviePlayerView.h"
 #include "display/OpenGLCanvas.h"
-#include "images/CGRectUtils.h"
+#include "display/Placement.h"
 #include "images/PointerImage.h"
 #include "images/SVImage.h"
 #include "images/SVImageCache.h"
@@ -10,8 +11,6 @@
 #include "platform/Assertion.h"
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
-
-#include <cmath>
 
 namespace quorvane {
 
@@ -21,50 +20,8 @@ namespace {
 /// of the decoder, and the opening.
 constexpr std::chrono::seconds kLoadLimit { 25 };
 
-/// Device pixels up to which a picture is decoded. Beyond it, a long strip that fills the screen by
-/// its shorter side, it is enlarged as it is painted.
-constexpr double kPixelLimit = 64e6;
-
 /// Above what most transitions give their pictures.
 constexpr double kPointerZ = 2;
-
-QSize bounded(QSizeF size)
-{
-    const double excess = std::sqrt(size.width() * size.height() / kPixelLimit);
-    return (excess > 1 ? size / excess : size).toSize().expandedTo({ 1, 1 });
-}
-
-/// What decides where a picture stands: everything but the picture.
-struct Placement {
-    QString fitMode; ///< Null when the setting is absent.
-    QRectF bounds;
-    double pixelRatio = 1;
-
-    /// \param picture  its size when it is upright; empty for none.
-    QRectF rectFor(QSizeF picture) const
-    {
-        if (!fitMode.isNull() && fitMode != kFitModeFit && fitMode != kFitModeZoom
-            && fitMode != kFitModeFill)
-            return bounds;
-        if (picture.isEmpty())
-            return {};
-        if (fitMode == kFitModeFill)
-            return CGRectUtils::rectToFillSize(picture, bounds.size());
-        return CGRectUtils::rectToFitSize(picture, bounds.size(), fitMode == kFitModeZoom);
-    }
-
-    QSize deviceSizeFor(QSizeF picture) const
-    {
-        return bounded(deviceRect(rectFor(picture), bounds.height(), pixelRatio).size());
-    }
-};
-
-Placement placementIn(const QWidget& view, const UserDefaults& defaults)
-{
-    const QVariant mode = defaults.value(kImageFitMode);
-    return { mode.isValid() ? defaults.stringValue(kImageFitMode) : QString(), QRectF(view.rect()),
-        view.devicePixelRatioF() };
-}
 
 } // namespace
 
@@ -93,23 +50,29 @@ SVLayerView::~SVLayerView() { showMouse(); }
 
 void SVLayerView::clearImage()
 {
+    abandonLoad();
+    dropMovie();
+    mImage = nullptr;
+    mImageBefore = nullptr;
+    hidePictures();
+    for (Layer* const layer : { mCurrent, mPrevious })
+        layer->setContents({});
+    redraw();
+}
+
+void SVLayerView::abandonLoad()
+{
     if (mLoad)
         SVImageCache::instance().abandonRequest(mLoad->url);
     mLoad.reset();
-    mImage = nullptr;
-    mImageBefore = nullptr;
-    for (Layer* const layer : { mCurrent, mPrevious }) {
-        layer->removeAllAnimations(); // They would go on showing what is gone.
-        layer->setOpacity(0);
-        layer->setContents({});
-        layer->setNeedsDisplay();
-    }
-    mTransitionInProgress = false;
-    redraw();
 }
 
 void SVLayerView::updateFitMode()
 {
+    if (mAVPlayerView)
+        placeMovie(); // One that is on its way, too.
+    if (mMovieActive)
+        return;
     mCurrent->setFrame(rectForImage(mImage.get()));
     mCurrent->setNeedsDisplay();
     prepareCurrentImage();
@@ -122,6 +85,7 @@ void SVLayerView::setImageWithURL(const FileURL& url, bool forward)
         return;
     if (mLoad && !(mLoad->url == url))
         SVImageCache::instance().abandonRequest(mLoad->url);
+    abandonMovie();
     const quint64 number = ++mLoadCount;
     auto giveUp = [this, number] { loadFinished(number, nullptr, false); };
     mLoad = Load { url, forward, number,
@@ -154,7 +118,9 @@ void SVLayerView::loadFinished(
 void SVLayerView::setImage(const std::shared_ptr<SVImage>& image, bool forward)
 {
     mImageOK = true;
-    if (mImage) {
+    const bool isAfterMovie = mMovieActive;
+    dropMovie();
+    if (mImage && !isAfterMovie) {
         swapImageLayers();
         resetLayer(*mPrevious);
     }
@@ -162,7 +128,9 @@ void SVLayerView::setImage(const std::shared_ptr<SVImage>& image, bool forward)
     mPreparingSize = {};
     resetLayer(*mCurrent);
     mCurrent->setNeedsDisplay();
-    if (mImageBefore && !mTransitionInProgress)
+    if (isAfterMovie)
+        mCurrent->setOpacity(1);
+    else if (mImageBefore && !mTransitionInProgress)
         transitionFrom(*mPrevious, *mCurrent, forward);
     else
         cutFrom(*mPrevious, *mCurrent);
@@ -195,7 +163,7 @@ void SVLayerView::readAhead(const FileURL& url)
 
 QRectF SVLayerView::rectForImage(const SVImage* image) const
 {
-    return placementIn(*this, mDefaults).rectFor(image ? image->displayedSize() : QSizeF());
+    return Placement::in(*this, mDefaults).rectFor(image ? image->displayedSize() : QSizeF());
 }
 
 QRectF SVLayerView::rectForLayer(const Layer& layer) const
@@ -279,12 +247,12 @@ QSize SVLayerView::sizeToPrepare() const
     const QSizeF zoomed = mCurrent->boundsSize() * devicePixelRatioF();
     const bool hasEnough = zoomed.width() <= picture.width() && zoomed.height() <= picture.height();
     const QSizeF size = hasEnough ? zoomed : QSizeF(picture);
-    return bounded(size);
+    return Placement::bounded(size);
 }
 
 std::function<QSize(QSize)> SVLayerView::targetSize() const
 {
-    return [placement = placementIn(*this, mDefaults)](
+    return [placement = Placement::in(*this, mDefaults)](
                QSize picture) { return placement.deviceSizeFor(picture); };
 }
 

@@ -16,6 +16,7 @@
 
 namespace quorvane {
 
+class MoviePlayerView;
 class OpenGLCanvas;
 class PointerImage;
 class SVImage;
@@ -54,6 +55,7 @@ public:
     void updateFitMode() override;
     void setImageWithURL(const FileURL& url, bool forward) override;
     void setImage(const std::shared_ptr<SVImage>& image, bool forward) override;
+    void showMovie(const std::shared_ptr<MoviePlayer>& player, bool forward) override;
     void refresh() override;
     bool isBusy() const override { return mTransitionInProgress; }
     bool isLoading() const override { return mLoad.has_value(); }
@@ -76,6 +78,10 @@ public:
     /// The place of the picture of either picture layer; any other layer is a mistake of the
     /// caller.
     QRectF rectForLayer(const Layer& layer) const;
+
+    /// The room of a movie by the same setting; all of the view if it has no picture, or none that
+    /// is known yet. Its picture is never distorted in it.
+    QRectF rectForMovie(const MoviePlayer& player) const;
 
     /// Moves the current picture slowly to the right, for half a minute; other pictures may come
     /// meanwhile.
@@ -127,6 +133,8 @@ public:
     const Layer& mPreviousLayer() const { return *mPrevious; }
     const std::shared_ptr<SVImage>& mCurrentImage() const { return mImage; }
     const std::shared_ptr<SVImage>& mPreviousImage() const { return mImageBefore; }
+    /// Where the movie's frames are; null before the first movie.
+    const Layer* mMovieLayer() const;
     const Layer& mCursorLayer() const { return mPointer; }
     const std::shared_ptr<const PointerImage>& mCursorImage() const { return mPointerImage; }
     void setMCursorImage(std::shared_ptr<const PointerImage> image);
@@ -171,6 +179,13 @@ private:
     void moveToPosition(QPointF position);
     void prepareZoom();
 
+    void placeMovie();
+    void movieIsReady();
+    void redrawMovie();
+    void abandonMovie();
+    void dropMovie();
+    void hidePictures();
+
     bool pans(const QMouseEvent& event) const;
     void takePoint(const QMouseEvent& event);
     void mouseDragged(const QMouseEvent& event);
@@ -189,6 +204,7 @@ private:
     void drawFrame();
     double seconds() const;
 
+    void abandonLoad();
     void swapImageLayers();
     void resetLayer(Layer& layer);
     void loadFinished(quint64 number, const std::shared_ptr<SVImage>& image, bool isUnfinished);
@@ -215,6 +231,9 @@ private:
     QPointF mCursorPoint; ///< Where the mouse was last; points of the view, y up.
     QPointF mDragPoint; ///< The same, y down.
     QRect mPointerDrawn; ///< What the pointer covered last; points, y down.
+
+    std::unique_ptr<MoviePlayerView> mAVPlayerView; ///< Made with the first movie, and kept.
+    bool mMovieActive = false; ///< A movie is on screen.
 
     std::function<bool()> mReducesMotion = [] { return false; };
     bool mImageOK = false;

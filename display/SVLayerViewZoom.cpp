@@ -48,7 +48,7 @@ void SVLayerView::prepareZoom()
 
 void SVLayerView::zoomOne()
 {
-    if (!mImage)
+    if (!mImage || mMovieActive)
         return;
     prepareZoom();
     const QSizeF size = mImage->displayedSize();
@@ -59,7 +59,7 @@ void SVLayerView::zoomOne()
 
 void SVLayerView::zoomIn()
 {
-    if (!mImage)
+    if (!mImage || mMovieActive)
         return;
     prepareZoom();
     const QSizeF size = mCurrent->boundsSize() * kZoomStep;
@@ -70,6 +70,8 @@ void SVLayerView::zoomIn()
 
 void SVLayerView::zoomOff()
 {
+    if (mMovieActive)
+        return;
     mCurrent->setAnchorPoint(kCentre);
     const QRectF place = rectForImage(mImage.get());
     zoomToHeight(place.height(), place.width());
@@ -92,6 +94,8 @@ void SVLayerView::moveToPosition(QPointF position)
 
 void SVLayerView::panX(double dx, double dy)
 {
+    if (mMovieActive)
+        return;
     // While it is still growing, the smaller one: else its edge would come into view.
     const QSizeF size
         = mCurrent->boundsSize().boundedTo(mCurrent->presentation(mFrameTime).boundsSize);

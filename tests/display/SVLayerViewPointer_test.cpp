@@ -26,6 +26,7 @@ using namespace std::chrono_literals;
 struct CountingDelegate : SVImageDisplayDelegate {
     int delays = 0;
     void delayNextImage() override { ++delays; }
+    void movieAppeared() override { }
     void imageWithURLFinished(const FileURL& /*url*/) override { }
 };
 

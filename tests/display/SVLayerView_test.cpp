@@ -42,6 +42,7 @@ public:
     std::vector<Answer> answers;
 
     void delayNextImage() override { }
+    void movieAppeared() override { }
     void imageWithURLFinished(const FileURL& url) override
     {
         answers.push_back({ url, mDisplay.ImageOK() });

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What is to be seen while there is only something to hear.
+#pragma once
+
+#include <QFont>
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+namespace quorvane {
+
+struct SoundScreenContents {
+    QString title; ///< Plain text; what is too long for three lines, or the screen, is cut.
+    QImage cover; ///< Null for none, where a note stands instead.
+    QFont font; ///< Its family; the size follows the screen.
+};
+
+/// A dark screen with the cover in its middle and the title below it. \param pixels  of the screen.
+/// \return Format_RGB32, of that size; null for an empty one. Thread: main.
+QImage soundScreen(const SoundScreenContents& contents, QSize pixels);
+
+} // namespace quorvane
