@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ControlPanel.h"
 
-#include "app/ControlIcons.h"
 #include "app/Stacking.h"
+#include "display/ControlIcons.h"
 #include "ui_ControlPanel.h"
 
 #include <QCloseEvent>

@@ -4,8 +4,10 @@
 
 #include "platform/FileURL.h"
 #include "platform/FolderFinder.h"
+#include "platform/MoviePlayer.h"
 
 #include <functional>
+#include <memory>
 
 namespace quorvane {
 
@@ -18,6 +20,13 @@ struct DesktopServices {
 
     /// Keeps the display awake, or lets it sleep again.
     std::function<void(bool isAwake)> keepAwake = [](bool) {};
+
+    /// Makes the player of a movie. \return nullptr where none can be made.
+    std::function<std::unique_ptr<MoviePlayer>(const FileURL& url)> makePlayer
+        = [](const FileURL& url) { return MoviePlayer::playerWithURL(url); };
+
+    /// Says that a movie comes next.
+    std::function<void()> prepareMovie = [] { MoviePlayer::prepare(); };
 
     /// Finds folders again. Called on other threads; may wait.
     BookmarkServices bookmarks = {};

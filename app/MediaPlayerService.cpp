@@ -38,7 +38,7 @@ QString secondPlayerName()
 QStringList mimeTypes()
 {
     QStringList result;
-    for (const QString& type : TypeIdentifier::imageTypes())
+    for (const QString& type : TypeIdentifier::imageTypes() + TypeIdentifier::audiovisualTypes())
         result += TypeIdentifier::mimeTypesOf(type);
     result.removeDuplicates();
     return result;

@@ -32,7 +32,8 @@ PlayerState playerState(const SlideController& controller)
     PlayerState state;
     state.slide = controller.mImageURL();
     state.isShowing = state.slide && controller.hasSlides();
-    state.isPlaying = controller.isPlaying();
+    state.isPlaying
+        = controller.mMoviePlayer() ? controller.mMovieIsPlaying() : controller.isPlaying();
     if (controller.mHintsScreenShown())
         state.slide.reset(); // No file of the person's.
     return state;
@@ -132,8 +133,8 @@ ApplicationActions Program::applicationActions()
 PlayerActions Program::playerActions()
 {
     return {
-        .play = [this] { mController->Start(); },
-        .pause = [this] { mController->Stop(); },
+        .play = [this] { mController->playMedia(); },
+        .pause = [this] { mController->pauseMedia(); },
         .next = [this] { mController->nextSlide(); },
         .previous = [this] { mController->previousSlide(); },
         .openFiles = [this](const auto& paths) { mController->openFiles(paths); },

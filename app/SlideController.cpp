@@ -7,6 +7,7 @@
 #include "app/Help.h"
 #include "app/MenuKey.h"
 #include "app/Menus.h"
+#include "app/MovieWatch.h"
 #include "app/OpenPanel.h"
 #include "app/ScreenChooser.h"
 #include "app/SlideLabel.h"
@@ -44,6 +45,8 @@ SlideController::~SlideController()
     mSequence.stopCollecting();
     if (mAddSequence)
         mAddSequence->stopCollecting();
+    if (mMovie)
+        mMovie->removeObserver(*this); // The display may keep it for a while.
     if (mView)
         mView->setDelegate(nullptr);
     SVImageCache::purge();
@@ -77,9 +80,10 @@ void SlideController::openFiles(const std::vector<QByteArray>& paths)
 void SlideController::goToFirstSlide()
 {
     // A new user is to see the hints in peace: they stand in front of the first slide.
+    const bool isHere = mMovie && mSequence.currentIndex() == 0 && mShownURL == mSequence.current();
     if (mShowsHints)
         mSequence.first();
-    else
+    else if (!isHere) // A movie would begin again.
         firstSlide();
 }
 
@@ -151,7 +155,7 @@ void SlideController::applicationWillBecomeActive()
         return;
     exitFullScreen();
     goFullScreen(mCurrentScreen);
-    openImageURL(*current, true);
+    showCurrentAgain();
 }
 
 bool SlideController::waitUntilIdle(std::chrono::milliseconds limit)
@@ -174,10 +178,13 @@ void SlideController::autoPlay()
     if (!mWindow)
         goFullScreen(
             mCurrentScreen); // Meanwhile a short list is in order: its first slide is next.
-    if (mDefaults.boolValue(kHintsShown))
-        openImageURL(mSequence.current().value_or(*current), true);
-    else
+    const FileURL slide = mSequence.current().value_or(*current);
+    if (mDefaults.boolValue(kHintsShown)) {
+        if (!mMovie || mShownURL != slide) // A movie would begin again.
+            openImageURL(slide, true);
+    } else {
         ShowHintScreen();
+    }
     if (mShownURL && mDefaults.boolValue(kAutoStart) && !isPlaying())
         Play();
     openAddfolder();
@@ -197,6 +204,9 @@ void SlideController::ShowHintScreen()
 void SlideController::endSlideShow()
 {
     Stop();
+    mWasPlaying = false;
+    mFailedMovies = 0;
+    checkMovie();
     if (mView)
         mView->clearImage();
     exitFullScreen();

@@ -28,6 +28,7 @@ namespace quorvane {
 
 class ControlPanel;
 class Menus;
+class MovieWatch;
 struct MenuItemState;
 class OpenPanel;
 struct OpenPanelChoice;
@@ -48,7 +49,8 @@ class UserDefaults;
 class SlideController : public QObject,
                         public FileSequenceDelegate,
                         public SVImageDisplayDelegate,
-                        public WelcomeControllerDelegate {
+                        public WelcomeControllerDelegate,
+                        private MovieObserver {
     Q_OBJECT
 
 public:
@@ -101,6 +103,17 @@ public:
     FileSequence& mFileSequence() { return mSequence; }
     SlideWindow* mScreenWindow() const { return mWindow.get(); }
 
+    /// The player of the movie that is shown, or on its way; nullptr at a picture. The timer does
+    /// not run meanwhile.
+    const std::shared_ptr<MoviePlayer>& mMoviePlayer() const { return mMovie; }
+
+    /// It is there, and not paused.
+    bool mMovieIsPlaying() const;
+
+    /// What a media key wants: a movie goes on or pauses, otherwise the show does.
+    void playMedia();
+    void pauseMedia();
+
     /// Shows the slide at that place; the direction is that of the way there.
     void gotoImageIndex(size_t index);
 
@@ -152,6 +165,7 @@ public:
     void currentFileChanged() override; ///< Thread: any; on the main one it acts at once.
     void delayNextImage() override;
     void imageWithURLFinished(const FileURL& url) override;
+    void movieAppeared() override;
     void openSelected() override;
     void recentSelected(int row) override;
     void welcomeClosedByHand() override;
@@ -241,13 +255,27 @@ private:
     void slideIntervalChanged();
     void setFitMode(QLatin1String mode);
 
+    // Movies.
+    void movieControlled() override;
+    bool isMovieURL(const FileURL& url) const;
+    void showMovie(const FileURL& url, bool forward);
+    bool checkMovie();
+    void movieDidEnd(MovieEnd end);
+    void movieIsUnfinished();
+    void skipMovie();
+    void goOnAfterMovie();
+    void afterMovie();
+    void toggleMovie();
+    bool goesOn() const;
+    void showCurrentAgain();
+
     // The ads between the slides.
     void openAddfolder();
     void fillAddSequence(const FileURL& folder);
     std::optional<FileURL> nextAdd();
     std::optional<FileURL> upcomingAdd() const;
     void openAdd(const FileURL& url);
-    void addCouldNotBeShown(const FileURL& url);
+    void addCouldNotBeShown(const FileURL& url, bool isUnfinished);
 
     // Commands.
     MenuItemState validateCheckMark(QLatin1String command) const;
@@ -305,6 +333,13 @@ private:
     bool mQuitsAfterShow = false; ///< The last window was closed by hand.
     std::atomic<int> mEndedShows = 0; ///< Written by the main thread.
     int mClearedShows = 0; ///< Those of them that are out of the sequence.
+
+    std::shared_ptr<MoviePlayer> mMovie; ///< While a movie is shown.
+    std::unique_ptr<MovieWatch> mMovieWatch; ///< As long as it.
+    std::unique_ptr<Timer> mMovieTimer; ///< Until the show goes on after it.
+    bool mHasMovieAppeared = false; ///< On screen.
+    bool mWasPlaying = false; ///< The show is to go on by itself after the movie.
+    size_t mFailedMovies = 0; ///< One after the other, with nothing seen between them.
 
     FolderFinder mFolderFinder;
     RecentFolders mRecentFolders;

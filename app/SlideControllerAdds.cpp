@@ -75,14 +75,14 @@ void SlideController::openAdd(const FileURL& url)
 }
 
 /// Goes on with what would have come after the ad. The show itself has not moved.
-void SlideController::addCouldNotBeShown(const FileURL& url)
+void SlideController::addCouldNotBeShown(const FileURL& url, bool isUnfinished)
 {
     // Before the ad that will take its place. First: at its end, a list deals its order anew.
     const size_t place = mAddSequence->currentIndex();
     mFirstAddIsDue = place == 0;
     if (place > 0)
         mAddSequence->gotoIndex(place - 1);
-    if (mView->isImageUnfinished())
+    if (isUnfinished)
         mAddSequence->putOff(url);
     else
         mAddSequence->remove(url);

@@ -90,8 +90,12 @@ void SlideController::trashed(const FileURL& url)
 void SlideController::openSlide()
 {
     const auto current = mSequence.current();
-    if (current)
-        mDesktop.openFile(*current, mDefaults.stringValue(kImageEditorPath).toUtf8());
+    if (!current)
+        return;
+    const auto setting = mSequence.isMovie(*current) ? kMovieEditorPath : kImageEditorPath;
+    if (mMovieIsPlaying())
+        mMovie->pause(); // Two would be heard.
+    mDesktop.openFile(*current, mDefaults.stringValue(setting).toUtf8());
 }
 
 void SlideController::shuffle()

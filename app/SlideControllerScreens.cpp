@@ -172,11 +172,10 @@ void SlideController::ChangeScreen()
 {
     mCurrentScreen = mChooseScreenWindow->chosenScreen();
     mChooseScreenWindow->hide();
-    const auto current = mSequence.current();
-    if (current && mWindow) {
+    if (mSequence.current() && mWindow) {
         exitFullScreen();
         goFullScreen(mCurrentScreen);
-        openImageURL(*current, true);
+        showCurrentAgain();
     }
     MainQueue::async(mLifeGuard.wrap([this] { saveScreen(); }));
 }

@@ -78,10 +78,14 @@ void SlideController::Stop()
 
 void SlideController::Play()
 {
-    if (isPlaying())
+    if (isPlaying()) {
         Stop();
-    else
+        mWasPlaying = false;
+    } else if (!mMovie) {
         Start();
+    } else {
+        mWasPlaying = !mWasPlaying;
+    }
 }
 
 void SlideController::slideIntervalChanged()
@@ -121,6 +125,7 @@ void SlideController::previousSlide()
 
 void SlideController::firstSlide()
 {
+    checkMovie();
     const auto url = mSequence.first();
     if (!url)
         return;
@@ -130,6 +135,7 @@ void SlideController::firstSlide()
 
 void SlideController::gotoImageIndex(size_t index)
 {
+    checkMovie();
     const size_t before = mSequence.currentIndex();
     const auto url = mSequence.gotoIndex(index);
     if (!url)
@@ -145,6 +151,7 @@ void SlideController::next()
 {
     if (isBusy())
         return;
+    checkMovie();
     if (const auto add = mShowsHints ? std::nullopt : nextAdd()) {
         openAdd(*add);
         return;
@@ -162,6 +169,7 @@ void SlideController::previous()
     // A step back in an empty list would keep it from starting with the first file that is found.
     if (isBusy() || mSequence.count() == 0)
         return;
+    checkMovie();
     const auto url = mShowsHints ? mSequence.current() : mSequence.previous();
     if (url)
         openImageURL(*url, false);
@@ -182,12 +190,17 @@ void SlideController::openImageURL(const FileURL& url, bool forward)
 
 void SlideController::present(const FileURL& url, bool forward)
 {
+    checkMovie();
     mShowsHints = url == hintScreen();
     if (!mWindow || !mWindow->isVisible())
         goFullScreen(mCurrentScreen);
     updateInfoDisplayForURL(mShowsHints ? std::nullopt : std::optional(url));
     setShownURL(url);
     mWindow->hideMouseUntilItMoves();
+    if (isMovieURL(url)) {
+        showMovie(url, forward);
+        return;
+    }
     mLoadBegan = mClock.now();
     mView->setImageWithURL(url, forward);
 }
@@ -216,7 +229,7 @@ void SlideController::imageWithURLFinished(const FileURL& url)
 {
     if (!mView->ImageOK()) {
         if (mShowsAdd && url == mShownURL)
-            addCouldNotBeShown(url);
+            addCouldNotBeShown(url, mView->isImageUnfinished());
         else if (mView->isImageUnfinished())
             slideIsUnfinished(url);
         else
@@ -224,6 +237,7 @@ void SlideController::imageWithURLFinished(const FileURL& url)
         return;
     }
     mSeenURL = url;
+    mFailedMovies = 0;
     makeMenuBarSoon();
     const TimePoint now = mClock.now();
     if (mLastSlideChange)
@@ -285,7 +299,11 @@ void SlideController::readAhead()
     auto url = mShowsHints ? mSequence.current() : upcomingAdd();
     if (!url)
         url = mSequence.atOffset(1);
-    if (url && url != mShownURL)
+    if (!url || url == mShownURL)
+        return;
+    if (mSequence.isMovie(*url))
+        mDesktop.prepareMovie();
+    else
         mView->readAhead(*url);
 }
 
@@ -299,7 +317,7 @@ void SlideController::reloadCurrent()
 void SlideController::newFilesFound()
 {
     MainQueue::async(mLifeGuard.wrap([this] {
-        if (isEnding() || (mShownURL && (isPlaying() || !mDefaults.boolValue(kShowNewItemsASAP))))
+        if (isEnding() || (mShownURL && (goesOn() || !mDefaults.boolValue(kShowNewItemsASAP))))
             return; // A running show reaches them in their turn.
         next();
         autoPlay();
@@ -316,13 +334,21 @@ bool SlideController::keyDown(const QString& characters, int key)
     const qint64 number = integerValue(characters);
     if (number >= 1) {
         mDefaults.setValue(kSlideInterval, static_cast<double>(number));
-        Start();
+        if (mMovie)
+            mWasPlaying = true;
+        else
+            Start();
     } else if (number == 0) {
         Stop();
+        if (key != Qt::Key_Space)
+            mWasPlaying = false; // Nor does the show go on after a movie.
     }
     if (key != Qt::Key_Space)
         return false;
-    nextSlide();
+    if (mMovie)
+        toggleMovie();
+    else
+        nextSlide();
     return true;
 }
 

@@ -12,6 +12,16 @@
 
 namespace quorvane {
 
+namespace {
+
+/// Nothing for what cannot be displayed.
+std::optional<SlideKind> kindOf(const FileURL& url)
+{
+    return TypeIdentifier::slideKindOf(TypeIdentifier::typeIdentifierForFile(url.path()));
+}
+
+} // namespace
+
 /// While files are being collected, a look at the folder would list them twice. One that was asked
 /// for meanwhile is made up for.
 class FileSequence::Collecting {
@@ -103,8 +113,8 @@ void FileSequence::addEntry(const FileURL& url)
             walk(url.path());
         return;
     }
-    if (displayableURL(url))
-        addItem(SlideItem::itemWithURL(url));
+    if (const auto kind = kindOf(url))
+        addItem(SlideItem::itemWithURL(url, *kind));
 }
 
 void FileSequence::walk(const QByteArray& path)
@@ -137,17 +147,17 @@ void FileSequence::addKnownFile(const QByteArray& path, const DirectoryEntry& en
         addEntry(FileURL(path));
         return;
     }
-    if (entry.kind != FileKind::Regular
-        || !TypeIdentifier::isDisplayable(TypeIdentifier::typeIdentifierForRegularFile(path)))
+    if (entry.kind != FileKind::Regular)
+        return;
+    const auto kind
+        = TypeIdentifier::slideKindOf(TypeIdentifier::typeIdentifierForRegularFile(path));
+    if (!kind)
         return;
     if (const auto status = linkStatus(path))
-        addItem(SlideItem::itemWithURL(FileURL(path), *status));
+        addItem(SlideItem::itemWithURL(FileURL(path), *status, *kind));
 }
 
-bool FileSequence::displayableURL(const FileURL& url)
-{
-    return TypeIdentifier::isDisplayable(TypeIdentifier::typeIdentifierForFile(url.path()));
-}
+bool FileSequence::displayableURL(const FileURL& url) { return kindOf(url).has_value(); }
 
 void FileSequence::addItem(const std::shared_ptr<SlideItem>& item)
 {

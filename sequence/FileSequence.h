@@ -97,6 +97,9 @@ public:
     size_t currentIndex() const { return mList->currentIndex(); }
     std::optional<FileURL> current() const { return mList->current(); }
 
+    /// Whether one of the slides is a movie, or sound. Asks the list, no file.
+    bool isMovie(const FileURL& url) const { return mList->isMovie(url); }
+
     /// Goes to the first slide.
     std::optional<FileURL> first() { return mList->first(); }
 

@@ -128,8 +128,10 @@ private:
         if (entry.kind == FileKind::Link && !isFile(path))
             return;
         const FileURL url(std::move(path));
-        if (mTakenOut.count(url) == 0 && !mListed.meet(url) && isDisplayable(url, entry.kind))
-            meetNew(url);
+        if (mTakenOut.count(url) > 0 || mListed.meet(url))
+            return;
+        if (const auto kind = slideKindOf(url, entry.kind))
+            meetNew(url, *kind);
     }
 
     static bool isFile(const QByteArray& path)
@@ -138,9 +140,9 @@ private:
         return status && status->kind != FileKind::Folder;
     }
 
-    static bool isDisplayable(const FileURL& url, FileKind kind)
+    static std::optional<SlideKind> slideKindOf(const FileURL& url, FileKind kind)
     {
-        return TypeIdentifier::isDisplayable(kind == FileKind::Regular
+        return TypeIdentifier::slideKindOf(kind == FileKind::Regular
                 ? TypeIdentifier::typeIdentifierForRegularFile(url.path())
                 : TypeIdentifier::typeIdentifierForFile(url.path()));
     }
@@ -148,12 +150,13 @@ private:
     void meetPutOff(const FileURL& url)
     {
         const bool isForgotten = !isFile(url.path()) || mTakenOut.count(url) > 0;
-        if (isForgotten || mListed.meet(url) || meetNew(url))
+        const auto kind = slideKindOf(url, FileKind::Link);
+        if (isForgotten || !kind || mListed.meet(url) || meetNew(url, *kind))
             mLook.settled.push_back(url);
     }
 
     /// \return whether the file is finished.
-    bool meetNew(const FileURL& url)
+    bool meetNew(const FileURL& url, SlideKind kind)
     {
         if (mSightings.count(url.path()) > 0)
             return false; // Put off, and now met in the folder.
@@ -163,7 +166,7 @@ private:
         const Writers writers = writersOfPath(url);
         if (writers != Writers::Some && wasLeftAlone(url.path(), *version)) {
             if (mFresh.insert(url).second)
-                mLook.fresh.push_back(SlideItem::itemWithURL(url));
+                mLook.fresh.push_back(SlideItem::itemWithURL(url, kind));
             return true;
         }
         mLook.hasUnfinished = true;

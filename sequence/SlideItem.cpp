@@ -28,27 +28,30 @@ QByteArray urlKey(const FileURL& url)
 
 } // namespace
 
-std::shared_ptr<SlideItem> SlideItem::itemWithURL(const FileURL& url)
+std::shared_ptr<SlideItem> SlideItem::itemWithURL(const FileURL& url, SlideKind kind)
 {
-    return std::shared_ptr<SlideItem>(new SlideItem(url));
+    return std::shared_ptr<SlideItem>(new SlideItem(url, kind));
 }
 
-std::shared_ptr<SlideItem> SlideItem::itemWithURL(const FileURL& url, const FileStatus& status)
+std::shared_ptr<SlideItem> SlideItem::itemWithURL(
+    const FileURL& url, const FileStatus& status, SlideKind kind)
 {
-    return std::shared_ptr<SlideItem>(new SlideItem(url, status));
+    return std::shared_ptr<SlideItem>(new SlideItem(url, status, kind));
 }
 
-SlideItem::SlideItem(const FileURL& url, const FileStatus& status)
+SlideItem::SlideItem(const FileURL& url, const FileStatus& status, SlideKind kind)
     : mUrl(url)
     , mHash(std::hash<FileURL>()(url))
     , mName(lastPathComponent(url.path()).toByteArray())
+    , mKind(kind)
     , mStatus(status)
 {
 }
 
-SlideItem::SlideItem(const FileURL& url)
+SlideItem::SlideItem(const FileURL& url, SlideKind kind)
     : mUrl(url)
     , mHash(std::hash<FileURL>()(url))
+    , mKind(kind)
 {
     refreshAttributes();
 }

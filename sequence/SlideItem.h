@@ -5,6 +5,7 @@
 #include "platform/Clock.h"
 #include "platform/FileStatus.h"
 #include "platform/FileURL.h"
+#include "platform/TypeIdentifier.h"
 
 #include <memory>
 #include <optional>
@@ -19,10 +20,12 @@ namespace quorvane {
 class SlideItem {
 public:
     /// Reads the attributes from the file system.
-    static std::shared_ptr<SlideItem> itemWithURL(const FileURL& url);
+    static std::shared_ptr<SlideItem> itemWithURL(
+        const FileURL& url, SlideKind kind = SlideKind::Picture);
 
     /// Spares that, for a file that is known to be no link and whose status was just read.
-    static std::shared_ptr<SlideItem> itemWithURL(const FileURL& url, const FileStatus& status);
+    static std::shared_ptr<SlideItem> itemWithURL(
+        const FileURL& url, const FileStatus& status, SlideKind kind = SlideKind::Picture);
 
     /// Reads the attributes and the name again.
     void refreshAttributes();
@@ -38,6 +41,8 @@ public:
     bool isJPG() const;
 
     const FileURL& mURL() const { return mUrl; }
+
+    SlideKind kind() const { return mKind; }
 
     /// Attributes of the file that links lead to; nothing when they could not be read.
     const std::optional<FileStatus>& mAttributes() const { return mStatus; }
@@ -65,12 +70,13 @@ public:
     int urlCompare(const SlideItem& other) const;
 
 private:
-    SlideItem(const FileURL& url, const FileStatus& status);
-    explicit SlideItem(const FileURL& url);
+    SlideItem(const FileURL& url, const FileStatus& status, SlideKind kind);
+    SlideItem(const FileURL& url, SlideKind kind);
 
     FileURL mUrl;
     size_t mHash;
     QByteArray mName;
+    SlideKind mKind;
     std::optional<FileStatus> mStatus;
 };
 

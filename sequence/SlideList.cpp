@@ -135,6 +135,18 @@ std::optional<FileURL> SlideList::atOffset(qint64 offset) const
     return at(static_cast<size_t>(index));
 }
 
+bool SlideList::isMovie(const FileURL& url) const
+{
+    const std::lock_guard lock(mGuard);
+    const auto isIt = [&](const auto& item) { return item->mURL() == url; };
+    for (const size_t near : { mIndex, mIndex + 1 }) {
+        if (near < mItems.size() && isIt(mItems[near]))
+            return mItems[near]->kind() == SlideKind::Movie;
+    }
+    const auto item = std::find_if(mItems.begin(), mItems.end(), isIt);
+    return item != mItems.end() && (*item)->kind() == SlideKind::Movie;
+}
+
 void SlideList::gotoStart()
 {
     const std::lock_guard lock(mGuard);

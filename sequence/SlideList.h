@@ -54,6 +54,9 @@ public:
     std::optional<FileURL> gotoIndex(size_t index);
     std::optional<FileURL> atOffset(qint64 offset) const;
 
+    /// Whether it is listed, as a movie. Quick near the position.
+    bool isMovie(const FileURL& url) const;
+
     /// Steps on, perhaps past the end. \return nothing in an empty list; else whether it did.
     std::optional<bool> advance();
 

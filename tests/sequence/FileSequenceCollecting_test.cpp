@@ -149,6 +149,27 @@ TEST_F(Collecting, ListsMoviesAndSoundOnlyWhereTheyCanBePlayed)
     EXPECT_THAT(slidesOf(folder.path()), ElementsAre("a.mov", "b.mp4", "c.mp3", "d.png"));
 }
 
+TEST_F(Collecting, KnowsWhichSlidesAreMovies)
+{
+    const TypeIdentifier::DecodersForTesting all(pictures(), Audiovisual::All);
+    folder.file("clip",
+        QByteArray("\0\0\0\x18"
+                   "ftypmp42",
+            12));
+    folder.file("sound.mp3");
+    folder.file("a.jpg");
+    folder.file("b.gif");
+    folder.file("film.mov");
+    folder.link("film.mov", "link.jpg");
+
+    sequence.addFiles({ folder.path() });
+
+    for (const char* const name : { "clip", "film.mov", "link.jpg", "sound.mp3" })
+        EXPECT_TRUE(sequence.isMovie(folder.url(name))) << name;
+    for (const char* const name : { "a.jpg", "b.gif", "none.mov" })
+        EXPECT_FALSE(sequence.isMovie(folder.url(name))) << name;
+}
+
 TEST_F(Collecting, ListsOnlyPicturesThatCanBeOpened)
 {
     folder.file("a.jpg");

@@ -931,5 +931,19 @@ TEST_F(UnfinishedFile, ThatIsPutOffIsForgottenWithTheList)
     EXPECT_FALSE(sequence.awaitsFiles());
 }
 
+TEST_F(WatchedFolder, KnowsWhichOfTheNewFilesAreMovies)
+{
+    const TypeIdentifier::DecodersForTesting all(
+        { QStringLiteral("jpg") }, TypeIdentifier::DecodersForTesting::Audiovisual::All);
+    open({ "a.jpg" });
+
+    put("b.mov");
+    put("c.jpg");
+    look();
+
+    EXPECT_TRUE(sequence.isMovie(folder.url("b.mov")));
+    EXPECT_FALSE(sequence.isMovie(folder.url("c.jpg")));
+}
+
 } // namespace
 } // namespace quorvane
