@@ -20,6 +20,14 @@ QSize sizeIn(const QString& text)
     return match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt()) : QSize();
 }
 
+/// Not "about 1s", which stands where the header tells nothing.
+std::optional<double> secondsIn(const QString& text)
+{
+    static const QRegularExpression seconds(QStringLiteral("(?<!about) (\\d+\\.\\d+)s$"));
+    const auto match = seconds.match(text);
+    return match.hasMatch() ? std::optional(match.captured(1).toDouble()) : std::nullopt;
+}
+
 /// \param expectation  "show 40x30", "movie 320x240 2.0s", "drop" …
 Fate fateOf(const QByteArray& expectation)
 {
@@ -62,8 +70,9 @@ std::vector<CorpusFile> readManifest()
         if (columns.size() < kColumns || columns[3] == "unpack")
             continue;
         const QByteArray name = QByteArray::fromPercentEncoding(columns[0]);
-        files.push_back({ name, fateOf(columns[3]),
-            correctedSize(name, sizeIn(QString::fromUtf8(columns[3]))) });
+        const QString expectation = QString::fromUtf8(columns[3]);
+        files.push_back({ name, fateOf(columns[3]), correctedSize(name, sizeIn(expectation)),
+            secondsIn(expectation) });
     }
     return files;
 }

@@ -6,6 +6,7 @@
 #include <QSize>
 
 #include <iosfwd>
+#include <optional>
 #include <vector>
 
 namespace quorvane::tests {
@@ -24,6 +25,7 @@ struct CorpusFile {
     QByteArray name; ///< Its path within the corpus, in bytes.
     Fate fate = Fate::Either;
     QSize size; ///< Empty when nothing is said about it.
+    std::optional<double> seconds; ///< Of a movie or of sound whose header tells its length.
 
     /// Its path, in bytes.
     QByteArray path() const;

@@ -5,6 +5,8 @@
 #include "platform/Decoding.h"
 #include "platform/FileDescriptor.h"
 #include "platform/FileURL.h"
+#include "platform/MovieAsset.h"
+#include "platform/Sanitizer.h"
 #include "platform/TypeIdentifier.h"
 
 #include <gtest/gtest.h>
@@ -20,12 +22,6 @@ using Fate = CorpusFile::Fate;
 using What = DecodeRequest::What;
 
 constexpr QSize kScreen { 1920, 1080 };
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kHasSanitizer = true;
-#else
-constexpr bool kHasSanitizer = false;
-#endif
 
 /// A sanitizer makes the decoder so slow that some pictures take longer than a file may, on a busy
 /// machine: the largest one, and one whose threads wait for each other all the time.
@@ -87,9 +83,72 @@ TEST_P(CorpusMovie, HasAFrameInItsMiddle)
     EXPECT_NEAR(answer->pictureSize.height(), GetParam().size.height(), 2);
 }
 
+/// As the list has them, whose lengths are rounded.
+void expectLength(const MovieInformation& information, const CorpusFile& file)
+{
+    EXPECT_EQ(information.seconds.has_value(), file.seconds.has_value());
+    if (information.seconds && file.seconds) {
+        EXPECT_NEAR(*information.seconds, *file.seconds, 0.25);
+    }
+}
+
+std::optional<MovieInformation> informationOf(const CorpusFile& file)
+{
+    const auto asset = MovieAsset::createWithURL(FileURL(file.path()));
+    return asset ? asset->information() : std::nullopt;
+}
+
+TEST_P(CorpusMovie, TellsItsSizeAndLength)
+{
+    const auto information = informationOf(GetParam());
+
+    ASSERT_TRUE(information);
+    EXPECT_EQ(information->pictureTracks, 1);
+    EXPECT_NEAR(information->naturalSize.width(), GetParam().size.width(), 2);
+    EXPECT_NEAR(information->naturalSize.height(), GetParam().size.height(), 2);
+    expectLength(*information, GetParam());
+}
+
+TEST_P(CorpusMovie, HasFramesWithinItsBound)
+{
+    const auto asset = MovieAsset::createWithURL(FileURL(GetParam().path()));
+    ASSERT_TRUE(asset);
+
+    for (const double seconds : { 0., GetParam().seconds.value_or(1) / 3, 1e6 }) {
+        const auto frame = asset->createFrameAt(seconds, 300);
+
+        ASSERT_TRUE(frame) << seconds;
+        const QSize whole = GetParam().size;
+        EXPECT_EQ(std::max(frame->width(), frame->height()),
+            std::min(300, std::max(whole.width(), whole.height())));
+        EXPECT_EQ(frame->width() > frame->height(), whole.width() > whole.height());
+    }
+}
+
 class CorpusSound : public testing::TestWithParam<CorpusFile> { };
 
 TEST_P(CorpusSound, HasNoFrame) { EXPECT_FALSE(decoded(GetParam(), What::MovieFrame)); }
+
+TEST_P(CorpusSound, TellsItsLength)
+{
+    const auto information = informationOf(GetParam());
+
+    ASSERT_TRUE(information);
+    EXPECT_EQ(information->pictureTracks, 0);
+    EXPECT_EQ(information->soundTracks, 1);
+    EXPECT_TRUE(information->naturalSize.isEmpty());
+    expectLength(*information, GetParam());
+}
+
+TEST_P(CorpusSound, HasACoverIfOneIsAttached)
+{
+    const auto asset = MovieAsset::createWithURL(FileURL(GetParam().path()));
+    ASSERT_TRUE(asset);
+
+    const QByteArray name = GetParam().name;
+    EXPECT_EQ(asset->createCover(300).has_value(),
+        name == "audio/cover-art.mp3" || name == "audio/id3.mp3");
+}
 
 class CorpusRefuse : public testing::TestWithParam<CorpusFile> { };
 
@@ -113,6 +172,10 @@ TEST_P(CorpusOddity, IsShownInItsSizeOrDropped)
     }
     if (!answer) {
         EXPECT_NE(answer.error().message, QStringLiteral("it breaks the decoder"));
+    }
+    const auto words = decoded(GetParam(), What::MovieInformation);
+    if (!words) {
+        EXPECT_NE(words.error().message, QStringLiteral("it breaks the decoder"));
     }
 }
 

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Files that break decoders, and somebody who kills them.
 #include "ShowTest.h"
+#include "support/Processes.h"
 
 #include <QDir>
 
 #include <sys/types.h>
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
 #include <random>
 #include <thread>
 
@@ -18,18 +17,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The processes that the viewer has started: its decoders.
 std::vector<pid_t> decodersOf(pid_t viewer)
 {
-    std::vector<pid_t> decoders;
-    std::error_code error;
-    const std::filesystem::path tasks = "/proc/" + std::to_string(viewer) + "/task";
-    for (const auto& task : std::filesystem::directory_iterator(tasks, error)) {
-        std::ifstream children(task.path() / "children");
-        for (pid_t decoder = 0; children >> decoder;)
-            decoders.push_back(decoder);
-    }
-    return decoders;
+    return tests::childProcesses(viewer, "quorvane-decoder");
 }
 
 /// Ends one of the viewer's decoders, whichever, again and again.

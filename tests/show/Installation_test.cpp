@@ -45,6 +45,15 @@ TEST_F(Installation, WithoutItsModuleStillShowsPhotographs)
     EXPECT_TRUE(quits());
 }
 
+TEST_F(Installation, HasAPlayerOfMoviesThatFindsItsLibrary)
+{
+    ASSERT_TRUE(install());
+
+    EXPECT_EQ(QProcess::execute(prefix.filePath(QStringLiteral("libexec/quorvane/quorvane-movies")),
+                  { QStringLiteral("--check") }),
+        0);
+}
+
 TEST_F(Installation, WithoutItsDecoderSaysSo)
 {
     ASSERT_TRUE(install());
