@@ -119,7 +119,7 @@ void SlideController::fill(
 
 void SlideController::filled()
 {
-    if (mOpenings > 0 || isEnding() || mSequence.count() > 0 || mSequence.awaitsFiles())
+    if (mOpenings > 0 || isEnding() || mSequence.count() > 0 || mayGetFiles())
         return;
     // Nothing that was named can be shown.
     if (mWindow)

@@ -250,6 +250,7 @@ private:
     void slideCouldNotBeShown(const FileURL& url);
     void slideIsUnfinished(const FileURL& url);
     void passOver(bool wasFirst);
+    bool mayGetFiles() const;
     void reloadUnfinished(const FileURL& url);
     void readAhead();
     void slideIntervalChanged();

@@ -289,9 +289,18 @@ void SlideController::passOver(bool wasFirst)
     } else if (mSequence.count() > 0) {
         mSequence.previous();
         next();
-    } else if (mOpenings == 0 && !mSequence.awaitsFiles()) {
-        endSlideShow(); // The last of them. While files are on their way, more may come.
+    } else if (mOpenings == 0 && !mayGetFiles()) {
+        endSlideShow(); // The last of them.
     }
+}
+
+/// Whether an empty list may fill again. A watched folder keeps what was seen last on the screen,
+/// no matter whether a step or a look at the folder has found first that the file is gone.
+bool SlideController::mayGetFiles() const
+{
+    const bool isWatched = mSeenURL && !mSequence.mHotFolder().isEmpty();
+    return mSequence.awaitsFiles()
+        || (isWatched && mDefaults.stringValue(kEndMode) != kEndModeClose);
 }
 
 void SlideController::readAhead()

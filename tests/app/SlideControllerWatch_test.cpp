@@ -99,6 +99,42 @@ TEST_F(WatchedShow, KeepsTheSlideOnScreenWhenItsFileGoes)
     EXPECT_THAT(slides(), ElementsAre("2.png", "3.png"));
 }
 
+TEST_F(WatchedShow, StaysWhenAStepFindsThatItsOnlyFileIsGone)
+{
+    open({ "1.png" });
+    screen.damaged = { "1.png" };
+    controller->nextSlide();
+    ASSERT_THAT(slides(), IsEmpty());
+    EXPECT_NE(controller->mScreenWindow(), nullptr);
+    EXPECT_FALSE(isWelcomeVisible());
+
+    write({ "2.png" });
+    pass(seconds(5));
+
+    EXPECT_EQ(screen.shown, "2.png");
+}
+
+TEST_F(WatchedShow, ThatClosesAtItsEndClosesWhenItsOnlyFileIsGone)
+{
+    defaults.setValue(kEndMode, kEndModeClose);
+    open({ "1.png" });
+    screen.damaged = { "1.png" };
+
+    controller->reloadCurrent();
+    settle();
+
+    EXPECT_EQ(controller->mScreenWindow(), nullptr);
+}
+
+TEST_F(WatchedShow, WithNothingThatCanBeShownEnds)
+{
+    screen.damaged = { "1.png" };
+    open({ "1.png" });
+
+    EXPECT_EQ(controller->mScreenWindow(), nullptr);
+    EXPECT_TRUE(isWelcomeVisible());
+}
+
 struct UnfinishedSlide : WatchedShow { };
 
 TEST_F(UnfinishedSlide, IsPassedOverAndNotTakenOutForGood)

@@ -284,7 +284,7 @@ TEST_F(Movies, AreLeftByEscape)
 
 TEST_F(Movies, OfSoundAloneShowACalmScreenAndEnd)
 {
-    writeSlides(movieBytes({ .isSound = true, .title = "A title" }));
+    writeSlides(movieBytes({ .isSound = true, .soundSeconds = 1, .title = "A title" }));
     startShow();
     ASSERT_TRUE(ready(kRed));
 

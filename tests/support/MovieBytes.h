@@ -37,7 +37,8 @@ struct MovieFixture {
     std::optional<std::array<qint32, 9>> matrix = {};
     AVColorSpace colorSpace = AVCOL_SPC_SMPTE170M;
     AVColorRange range = AVCOL_RANGE_MPEG;
-    bool isSound = false; ///< A track of silence, a tenth of a second, instead of the pictures.
+    bool isSound = false; ///< A track of silence instead of the pictures.
+    double soundSeconds = 0.1; ///< How long it is then.
     int silentPackets = 0; ///< Of 24 ms each, in a track beside the pictures.
     const char* title = nullptr;
     /// Of the frame's number and the place, from 0 to 1 to the right and downwards.
@@ -183,20 +184,22 @@ inline void addPictures(AVFormatContext* format, const MovieFixture& fixture)
     avcodec_free_context(&codec);
 }
 
-inline void addSilence(AVFormatContext* format)
+inline void addSilence(AVFormatContext* format, double seconds)
 {
+    constexpr int kSamplesPerSecond = 8000;
     AVStream* const stream = avformat_new_stream(format, nullptr);
     stream->codecpar->codec_type = AVMEDIA_TYPE_AUDIO;
     stream->codecpar->codec_id = AV_CODEC_ID_PCM_S16LE;
-    stream->codecpar->sample_rate = 8000;
+    stream->codecpar->sample_rate = kSamplesPerSecond;
     stream->codecpar->format = AV_SAMPLE_FMT_S16;
     av_channel_layout_default(&stream->codecpar->ch_layout, 1);
-    stream->time_base = { 1, 8000 };
+    stream->time_base = { 1, kSamplesPerSecond };
     [[maybe_unused]] const int code = avformat_write_header(format, nullptr);
     AVPacket* packet = av_packet_alloc();
-    av_new_packet(packet, 1600);
-    std::memset(packet->data, 0, 1600);
-    packet->duration = 800;
+    const int samples = static_cast<int>(seconds * kSamplesPerSecond);
+    av_new_packet(packet, 2 * samples);
+    std::memset(packet->data, 0, static_cast<std::size_t>(packet->size));
+    packet->duration = samples;
     packet->pts = packet->dts = 0;
     av_interleaved_write_frame(format, packet);
     av_packet_free(&packet);
@@ -209,7 +212,7 @@ inline QByteArray movieBytes(const MovieFixture& fixture)
     AVFormatContext* const format = makeContainer(fixture.container);
     av_dict_set(&format->metadata, "title", fixture.title, 0);
     if (fixture.isSound)
-        movie_bytes::addSilence(format);
+        movie_bytes::addSilence(format, fixture.soundSeconds);
     else
         movie_bytes::addPictures(format, fixture);
     return bytesOf(format);
