@@ -144,9 +144,9 @@ void MoviePlayerView::askForCover()
     DispatchQueue::global().async([url = mPlayer->url(), take = std::move(take)]() mutable {
         const auto asset = MovieAsset::createWithURL(url, DecodeRequest::Priority::OnScreen);
         const auto cover = asset ? asset->createCover(kCoverSize) : std::nullopt;
-        if (cover)
-            MainQueue::async(
-                [take = std::move(take), picture = *cover]() mutable { take(picture); });
+        MainQueue::async([take = std::move(take), picture = cover.value_or(QImage())]() mutable {
+            take(picture);
+        });
     });
 }
 

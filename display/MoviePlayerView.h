@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 class QWidget;
 
@@ -82,7 +83,8 @@ private:
     QRectF mRect;
     QSize mPixels;
     QSize mShownSize;
-    QImage mCover; ///< Of a sound file; null without one.
+    std::optional<QImage>
+        mCover; ///< Of a sound file; null without one, nothing until that is known.
     bool mIsReady = false;
     LifeGuard mLifeGuard;
 };

@@ -47,17 +47,20 @@ void paintNote(QPainter& painter, const QRectF& square)
     painter.drawPath(flag);
 }
 
-void paintCover(QPainter& painter, const QImage& cover, const QRectF& square)
+void paintCover(QPainter& painter, const std::optional<QImage>& cover, const QRectF& square)
 {
-    if (cover.isNull()) {
+    if (!cover || cover->isNull())
         painter.fillRect(square, kCard);
+    if (!cover)
+        return;
+    if (cover->isNull()) {
         paintNote(painter, square);
         return;
     }
-    const QSizeF size = QSizeF(cover.size()).scaled(square.size(), Qt::KeepAspectRatio);
+    const QSizeF size = QSizeF(cover->size()).scaled(square.size(), Qt::KeepAspectRatio);
     QRectF place(QPointF(), size);
     place.moveCenter(square.center());
-    painter.drawImage(place, cover);
+    painter.drawImage(place, *cover);
 }
 
 /// Centred lines, as many as there is room for.

@@ -7,11 +7,15 @@
 #include <QSize>
 #include <QString>
 
+#include <optional>
+
 namespace quorvane {
 
 struct SoundScreenContents {
     QString title; ///< Plain text; what is too long for three lines, or the screen, is cut.
-    QImage cover; ///< Null for none, where a note stands instead.
+    /// A null image for none: a note stands in its place. Nothing while it is being looked for: its
+    /// place is empty, so that no note gives way to a cover.
+    std::optional<QImage> cover;
     QFont font; ///< Its family; the size follows the screen.
 };
 

@@ -9,6 +9,7 @@
 #include "platform/UserDefaults.h"
 #include "settings/SettingsCatalogue.h"
 #include "support/BusyPool.h"
+#include "support/EventWaiting.h"
 #include "support/FakeMoviePlayer.h"
 #include "support/GeometryMatchers.h"
 #include "support/ManualClock.h"
@@ -776,6 +777,18 @@ TEST_F(Movies, OfSoundShowWhatTheyAreCalled)
         EXPECT_EQ(screen(), expected);
     }
     EXPECT_EQ(delegate.appeared, 3);
+}
+
+TEST_F(Movies, OfSoundShowANoteOnceItIsKnownThatTheyHaveNoCover)
+{
+    const auto screenWith = [&](const std::optional<QImage>& cover) {
+        return soundScreen({ QStringLiteral("A Song"), cover, view.font() }, kView);
+    };
+    ask(movie);
+    movie.player->open({}, 10, QStringLiteral("A Song"));
+    EXPECT_EQ(screen(), screenWith(std::nullopt));
+
+    EXPECT_TRUE(waitUntil([&] { return screen() == screenWith(QImage()); }));
 }
 
 TEST_F(Movies, OfSoundHaveAllOfTheViewInEveryMode)

@@ -17,7 +17,8 @@ constexpr QSize kScreen { 640, 360 };
 const QString kLong
     = QStringLiteral("An uncommonly long name of a song, which goes on ").repeated(20);
 
-QImage screenOf(const QString& title, const QImage& cover = {}, QSize size = kScreen)
+QImage screenOf(
+    const QString& title, const std::optional<QImage>& cover = QImage(), QSize size = kScreen)
 {
     return soundScreen({ title, cover, QWidget().font() }, size);
 }
@@ -66,8 +67,8 @@ TEST(SoundScreen, HasTheSizeOfTheScreen)
         EXPECT_EQ(screen.size(), size);
         EXPECT_EQ(screen.format(), QImage::Format_RGB32);
     }
-    EXPECT_TRUE(screenOf(kLong, {}, { 0, 100 }).isNull());
-    EXPECT_TRUE(screenOf(kLong, {}, {}).isNull());
+    EXPECT_TRUE(screenOf(kLong, QImage(), { 0, 100 }).isNull());
+    EXPECT_TRUE(screenOf(kLong, QImage(), {}).isNull());
 }
 
 TEST(SoundScreen, IsCalmAndDark)
@@ -97,6 +98,20 @@ TEST(SoundScreen, ShowsANoteWhereThereIsNoCover)
         hasNote
             |= qGray(screen.pixel(card.left() + card.width() * 52 / 100, y)) > qGray(ofCard) + 40;
     EXPECT_TRUE(hasNote);
+}
+
+TEST(SoundScreen, LeavesThePlaceOfACoverEmptyUntilItIsKnown)
+{
+    const QImage without = screenOf({});
+    const QRect card = inked(without, without.rect());
+
+    const QImage screen = screenOf({}, std::nullopt);
+
+    EXPECT_EQ(inked(screen, screen.rect()), card);
+    const QImage place = screen.copy(card.adjusted(1, 1, -1, -1)); // Its edges are smooth.
+    QImage even(place.size(), place.format());
+    even.fill(place.pixel(place.rect().center()));
+    EXPECT_EQ(place, even);
 }
 
 TEST(SoundScreen, ShowsTheCoverUndistortedInItsMiddle)
