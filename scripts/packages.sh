@@ -18,8 +18,9 @@ declare -A packages=(
     [test]='libgtest-dev libgmock-dev xvfb openbox x11-utils dbus libx11-dev libxdamage-dev libxtst-dev x11-xserver-utils
         desktop-file-utils sway grim wtype
         fonts-dejavu-core
+        qt6-image-formats-plugins
         imagemagick libjpeg-turbo-progs webp libheif-examples libjxl-tools libopenjp2-tools
-        librsvg2-bin libraw-bin ffmpeg'
+        librsvg2-bin libraw-bin ffmpeg pulseaudio'
     # To check the sources.
     [check]='clang-format-14 clang-tidy-14'
     # To measure against others (bench/), beside what the tests need.

@@ -10,6 +10,7 @@
 #include "support/MovieBytes.h"
 #include "support/MovieListener.h"
 #include "support/Processes.h"
+#include "support/SoundDevice.h"
 #include "support/TrackBytes.h"
 
 #include <QDir>
@@ -784,6 +785,55 @@ TEST_F(MovieProcess, IsSilentWithoutASoundDevice)
                   { { "QUORVANE_SOUND", "1" }, { "PULSE_SERVER", "unix:/nonexistent" },
                       { "ALSA_CONFIG_PATH", "/nonexistent" } }),
         "finished finished |");
+}
+
+struct MovieSound : MovieProcess {
+    static constexpr int kLoudness = 12000;
+    static constexpr int kSamples = 4000; // Half a second.
+
+    void SetUp() override
+    {
+        ASSERT_TRUE(tests::waitUntil([this] { return device.isReady(); }));
+    }
+
+    /// Of a movie that is played with these variables, too.
+    tests::SoundDevice::Heard heard(const std::vector<std::pair<const char*, const char*>>& more)
+    {
+        const FileURL sound
+            = movie({ .isSound = true, .soundSeconds = 0.5, .loudness = kLoudness });
+        const QByteArray address = device.address();
+        auto environment = more;
+        environment.insert(environment.end(),
+            { { "QUORVANE_SOUND", "1" }, { "PULSE_SERVER", address.constData() } });
+        EXPECT_EQ(played(QUORVANE_DECODER, { sound }, environment), "finished |");
+        return device.heard();
+    }
+
+    tests::SoundDevice device;
+};
+
+TEST_F(MovieSound, IsHeardToItsEnd)
+{
+    const auto sound = heard({});
+
+    // The server smooths where it begins and ends.
+    EXPECT_NEAR(sound.samples, kSamples, kSamples / 10);
+    EXPECT_NEAR(sound.loudest, kLoudness, kLoudness / 10);
+}
+
+TEST_F(MovieSound, IsLowerAtALowerVolume)
+{
+    const auto sound = heard({ { "QUORVANE_VOLUME", "0.5" } });
+
+    EXPECT_GT(sound.loudest, 0);
+    EXPECT_LE(sound.loudest, kLoudness / 2);
+}
+
+TEST_F(MovieSound, IsSilenceWhileItIsMuted)
+{
+    const auto sound = heard({ { "QUORVANE_MUTED", "1" } });
+
+    EXPECT_EQ(sound.loudest, 0);
 }
 
 TEST_F(MovieProcess, SaysOnceThatThePlayerIsMissing)

@@ -8,9 +8,11 @@
 #include <QSize>
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <optional>
+#include <vector>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -37,8 +39,9 @@ struct MovieFixture {
     std::optional<std::array<qint32, 9>> matrix = {};
     AVColorSpace colorSpace = AVCOL_SPC_SMPTE170M;
     AVColorRange range = AVCOL_RANGE_MPEG;
-    bool isSound = false; ///< A track of silence instead of the pictures.
+    bool isSound = false; ///< A track of sound instead of the pictures.
     double soundSeconds = 0.1; ///< How long it is then.
+    std::int16_t loudness = 0; ///< And its samples, upwards and downwards. 0 is silence.
     int silentPackets = 0; ///< Of 24 ms each, in a track beside the pictures.
     const char* title = nullptr;
     /// Of the frame's number and the place, from 0 to 1 to the right and downwards.
@@ -184,9 +187,11 @@ inline void addPictures(AVFormatContext* format, const MovieFixture& fixture)
     avcodec_free_context(&codec);
 }
 
-inline void addSilence(AVFormatContext* format, double seconds)
+/// A square wave.
+inline void addSound(AVFormatContext* format, const MovieFixture& fixture)
 {
     constexpr int kSamplesPerSecond = 8000;
+    constexpr int kHalfWave = 20; // Samples.
     AVStream* const stream = avformat_new_stream(format, nullptr);
     stream->codecpar->codec_type = AVMEDIA_TYPE_AUDIO;
     stream->codecpar->codec_id = AV_CODEC_ID_PCM_S16LE;
@@ -195,11 +200,15 @@ inline void addSilence(AVFormatContext* format, double seconds)
     av_channel_layout_default(&stream->codecpar->ch_layout, 1);
     stream->time_base = { 1, kSamplesPerSecond };
     [[maybe_unused]] const int code = avformat_write_header(format, nullptr);
+    std::vector<std::int16_t> samples(
+        static_cast<std::size_t>(fixture.soundSeconds * kSamplesPerSecond));
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<std::int16_t>(
+            i / kHalfWave % 2 == 0 ? fixture.loudness : -fixture.loudness);
     AVPacket* packet = av_packet_alloc();
-    const int samples = static_cast<int>(seconds * kSamplesPerSecond);
-    av_new_packet(packet, 2 * samples);
-    std::memset(packet->data, 0, static_cast<std::size_t>(packet->size));
-    packet->duration = samples;
+    av_new_packet(packet, static_cast<int>(samples.size() * sizeof(std::int16_t)));
+    std::memcpy(packet->data, samples.data(), static_cast<std::size_t>(packet->size));
+    packet->duration = static_cast<std::int64_t>(samples.size());
     packet->pts = packet->dts = 0;
     av_interleaved_write_frame(format, packet);
     av_packet_free(&packet);
@@ -212,7 +221,7 @@ inline QByteArray movieBytes(const MovieFixture& fixture)
     AVFormatContext* const format = makeContainer(fixture.container);
     av_dict_set(&format->metadata, "title", fixture.title, 0);
     if (fixture.isSound)
-        movie_bytes::addSilence(format, fixture.soundSeconds);
+        movie_bytes::addSound(format, fixture);
     else
         movie_bytes::addPictures(format, fixture);
     return bytesOf(format);

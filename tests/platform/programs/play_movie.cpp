@@ -4,7 +4,7 @@
 // kept. Of each movie it writes "finished ", "failed ", "unfinished " or "none ", and "mapped " if
 // a library of movies is in this process afterwards. With QUORVANE_LEAVE set it writes the players'
 // numbers of process and leaves with the first movie still playing; with QUORVANE_SOUND set they
-// are heard.
+// are heard, as loud as QUORVANE_VOLUME says, from 0 to 1, and not with QUORVANE_MUTED set.
 #include "platform/DecoderProgram.h"
 #include "platform/FileURL.h"
 #include "platform/MoviePlayer.h"
@@ -66,6 +66,9 @@ int main(int argc, char** argv)
         Reporter reporter;
         if (player) {
             player->addObserver(reporter);
+            if (qEnvironmentVariableIsSet("QUORVANE_VOLUME"))
+                player->setVolume(qEnvironmentVariable("QUORVANE_VOLUME").toDouble());
+            player->setMuted(qEnvironmentVariableIsSet("QUORVANE_MUTED"));
             player->setTargetSize({ 64, 48 });
             player->play();
             QCoreApplication::exec();
