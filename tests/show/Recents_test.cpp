@@ -113,7 +113,8 @@ TEST_F(Recents, WithoutAFolderToReopenTheControlsStandThere)
         EXPECT_TRUE(waitWhileRunning(QStringLiteral("one small window, and the keyboard"), [&] {
             const auto windows = desktop.windowsOf(viewer->pid());
             return windows.size() == 1 && windows.front().height() < desktop.size().height() / 3
-                && desktop.focusedProcess() == viewer->pid();
+                && desktop.focusedProcess() == viewer->pid()
+                && desktop.colourAt(windows.front().center()) != kDesktop; // It is painted.
         }));
         EXPECT_TRUE(remembers({}));
         EXPECT_TRUE(staysFor(std::chrono::milliseconds(500))) << "nobody is greeted";
