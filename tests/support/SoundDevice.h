@@ -2,8 +2,6 @@
 // A loudspeaker that keeps what is heard.
 #pragma once
 
-#include "platform/FileDescriptor.h"
-
 #include <QByteArray>
 #include <QFile>
 #include <QProcess>
@@ -48,6 +46,8 @@ public:
     {
         mServer.kill();
         mServer.waitForFinished();
+        if (mPipe >= 0)
+            close(mPipe);
     }
     SoundDevice(const SoundDevice&) = delete;
     SoundDevice& operator=(const SoundDevice&) = delete;
@@ -57,12 +57,11 @@ public:
     {
         if (access(path("socket").constData(), F_OK) != 0)
             return false;
-        if (mPipe.get() < 0) {
-            mPipe
-                = FileDescriptor(open(path("heard").constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
-            fcntl(mPipe.get(), F_SETPIPE_SZ, kCapacity);
+        if (mPipe < 0) {
+            mPipe = open(path("heard").constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+            fcntl(mPipe, F_SETPIPE_SZ, kCapacity);
         }
-        return mPipe.get() >= 0;
+        return mPipe >= 0;
     }
 
     /// What PULSE_SERVER is to be.
@@ -78,7 +77,7 @@ public:
     {
         Heard heard;
         char bytes[4096];
-        for (ssize_t size; (size = read(mPipe.get(), bytes, sizeof bytes)) > 0;) {
+        for (ssize_t size; (size = read(mPipe, bytes, sizeof bytes)) > 0;) {
             for (ssize_t i = 0; i + 1 < size; i += 2) {
                 std::int16_t sample = 0;
                 std::memcpy(&sample, bytes + i, sizeof sample);
@@ -99,7 +98,7 @@ private:
 
     QTemporaryDir mFolder;
     QProcess mServer;
-    FileDescriptor mPipe;
+    int mPipe = -1;
 };
 
 } // namespace quorvane::tests
