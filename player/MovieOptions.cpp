@@ -48,8 +48,6 @@ constexpr Option kOptions[] = {
     // It waits at its beginning and at its end.
     { "pause", "yes" },
     { "keep-open", "yes" },
-    // It is at its end when all of its sound was heard, not when the device has been given it.
-    { "gapless-audio", "no" },
     { "idle", "yes" },
     // Frames come when they are to be seen, and fill the size that the view wants.
     { "video-timing-offset", "0" },

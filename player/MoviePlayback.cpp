@@ -23,7 +23,7 @@ constexpr double kFullVolume = 100;
 /// that its file says, and its sound a bit further.
 constexpr int kGrowing = 3;
 
-enum Property : std::uint64_t { Position, Duration, Shape, Turn, Track, Title, AtEnd, Held };
+enum Property : std::uint64_t { Position, Duration, Shape, Turn, Track, Title, Held };
 
 /// A few frames of the codec that most movies have.
 constexpr char kWarmUp[] = ":/warm-up.mp4";
@@ -32,11 +32,9 @@ constexpr char kWarmUp[] = ":/warm-up.mp4";
 constexpr double kLookAgain = 0.002;
 constexpr int kMostLooks = 5000;
 
-// The names of what was asked for, in the library's replies.
-constexpr std::uint64_t kSeek = 1;
-constexpr std::uint64_t kHold = 2;
+// The name of what was asked for, in the library's replies.
+constexpr std::uint64_t kHold = 1;
 
-constexpr char kAtEnd[] = "eof-reached";
 constexpr char kHeld[] = "pause";
 
 struct Observed {
@@ -52,7 +50,6 @@ constexpr Observed kObserved[] = {
     { Turn, "current-tracks/video", MPV_FORMAT_NODE },
     { Track, "vid", MPV_FORMAT_STRING },
     { Title, "metadata/by-key/title", MPV_FORMAT_STRING },
-    { AtEnd, kAtEnd, MPV_FORMAT_FLAG },
     { Held, kHeld, MPV_FORMAT_FLAG },
 };
 
@@ -238,8 +235,6 @@ void MoviePlayback::applyWishes()
     // After a seek, too: the library may have come to the end just now, and holds it there.
     if (isMoment || isOtherwise)
         hold(mWishes.isPlaying == 0);
-    if (isOtherwise)
-        askWhetherAtEnd();
     if (mWishes.isMuted != mApplied.isMuted)
         set(mLibrary.get(), "mute", mWishes.isMuted != 0);
     if (mWishes.volume < mApplied.volume || mApplied.volume < mWishes.volume)
@@ -254,13 +249,12 @@ void MoviePlayback::seek(double seconds)
     std::array<char, 40> text {};
     std::snprintf(text.data(), text.size(), "%.6f", seconds);
     const char* command[] = { "seek", text.data(), "absolute+exact", nullptr };
-    mpv_command_async(mLibrary.get(), kSeek, command);
-    mIsAtEnd = false; // Whether it was there before does not count.
+    mpv_command_async(mLibrary.get(), 0, command);
 }
 
-/// Nothing else makes the library hold a movie by itself. Sometimes it then has more sound to play,
-/// and says no longer that it is at the end, though it will not go on.
-bool MoviePlayback::isAtEnd() const { return mIsAtEnd || (mIsHeld && mHoldsOnTheWay == 0); }
+/// Nothing else makes the library hold a movie by itself. It says earlier that the end is reached:
+/// when the device has got all of the sound, a third of a second before that is heard.
+bool MoviePlayback::isAtEnd() const { return mIsHeld && mHoldsOnTheWay == 0; }
 
 void MoviePlayback::hold(bool isHeld)
 {
@@ -268,20 +262,13 @@ void MoviePlayback::hold(bool isHeld)
     ++mHoldsOnTheWay;
 }
 
-void MoviePlayback::askWhetherAtEnd() { observeAnew(AtEnd, kAtEnd); }
-
-/// It says only what differs from what it said last.
-void MoviePlayback::observeAnew(std::uint64_t flag, const char* name)
-{
-    mpv_unobserve_property(mLibrary.get(), flag);
-    mpv_observe_property(mLibrary.get(), flag, name, MPV_FORMAT_FLAG);
-}
-
 void MoviePlayback::learnThatWishIsDone()
 {
     --mHoldsOnTheWay;
     mIsHeld = false; // What was seen before the wish counts no more.
-    observeAnew(Held, kHeld);
+    // It says only what differs from what it said last.
+    mpv_unobserve_property(mLibrary.get(), Held);
+    mpv_observe_property(mLibrary.get(), Held, kHeld, MPV_FORMAT_FLAG);
 }
 
 void MoviePlayback::hearEvents()
@@ -299,13 +286,6 @@ void MoviePlayback::hear(const mpv_event& event)
     switch (event.event_id) {
     case MPV_EVENT_FILE_LOADED:
         mIsLoaded = true;
-        break;
-    case MPV_EVENT_PLAYBACK_RESTART: // It has arrived somewhere.
-        askWhetherAtEnd();
-        break;
-    case MPV_EVENT_COMMAND_REPLY:
-        if (event.reply_userdata == kSeek) // It need not arrive, as beyond the end.
-            askWhetherAtEnd();
         break;
     case MPV_EVENT_SET_PROPERTY_REPLY:
         if (event.reply_userdata == kHold)
@@ -350,9 +330,6 @@ void MoviePlayback::hear(std::uint64_t property, const mpv_event_property& value
         break;
     case Title:
         copyTitle(as<char*>(value), mNews);
-        break;
-    case AtEnd:
-        mIsAtEnd = as<int>(value) != 0;
         break;
     case Held:
         mIsHeld = as<int>(value) != 0;

@@ -71,8 +71,6 @@ private:
     void seek(double seconds);
     bool isAtEnd() const;
     void hold(bool isHeld);
-    void askWhetherAtEnd();
-    void observeAnew(std::uint64_t flag, const char* name);
     void learnThatWishIsDone();
     void hearEvents();
     void hear(const mpv_event& event);
@@ -92,7 +90,6 @@ private:
     MovieWishes mWishes;
     MovieWishes mApplied;
     bool mIsLoaded = false;
-    bool mIsAtEnd = false;
     bool mIsHeld = false; ///< As far as it is known: not while a wish is on its way.
     int mHoldsOnTheWay = 0;
     int mDurationGrowths = 0;
