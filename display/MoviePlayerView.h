@@ -83,8 +83,7 @@ private:
     QRectF mRect;
     QSize mPixels;
     QSize mShownSize;
-    std::optional<QImage>
-        mCover; ///< Of a sound file; null without one, nothing until that is known.
+    std::optional<QImage> mCover; ///< Of a sound file; null for none, nothing until it is known.
     bool mIsReady = false;
     LifeGuard mLifeGuard;
 };

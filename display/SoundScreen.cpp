@@ -49,12 +49,10 @@ void paintNote(QPainter& painter, const QRectF& square)
 
 void paintCover(QPainter& painter, const std::optional<QImage>& cover, const QRectF& square)
 {
-    if (!cover || cover->isNull())
+    if (!cover || cover->isNull()) {
         painter.fillRect(square, kCard);
-    if (!cover)
-        return;
-    if (cover->isNull()) {
-        paintNote(painter, square);
+        if (cover)
+            paintNote(painter, square);
         return;
     }
     const QSizeF size = QSizeF(cover->size()).scaled(square.size(), Qt::KeepAspectRatio);

@@ -6,10 +6,14 @@
 #include "Viewer.h"
 #include "VirtualDesktop.h"
 
+#include <chrono>
 #include <optional>
 #include <set>
 
 namespace quorvane::show {
+
+/// Longer than a look at the watched folder takes to come, events or not.
+constexpr std::chrono::milliseconds kUntilLooked { 6500 };
 
 /// The desktop is running when a test begins. Without the tools for one the test is skipped, or,
 /// when the variable CI is "true", fails.

@@ -8,8 +8,6 @@ namespace quorvane::show {
 
 namespace {
 
-using namespace std::chrono_literals;
-
 /// Longer than what is on its way to the loudspeaker.
 constexpr std::chrono::milliseconds kSettled { 1000 };
 

@@ -14,11 +14,6 @@ namespace quorvane::show {
 
 namespace {
 
-using namespace std::chrono_literals;
-
-/// Longer than a look at the folder takes to come.
-constexpr std::chrono::milliseconds kUntilLooked { 6500 };
-
 constexpr int kFrames = 30;
 constexpr int kFramesPerSecond = 10;
 constexpr Pixel kGrey { 0x808080 }; // Luma 126.

@@ -15,9 +15,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// Longer than a look at the folder takes to come, events or not.
-constexpr milliseconds kUntilLooked { 6500 };
-
 struct WatchedFolder : ShowTest {
     void startWatched(const QVariantMap& more = {})
     {
