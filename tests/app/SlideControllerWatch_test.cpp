@@ -114,6 +114,21 @@ TEST_F(WatchedShow, StaysWhenAStepFindsThatItsOnlyFileIsGone)
     EXPECT_EQ(screen.shown, "2.png");
 }
 
+TEST_F(WatchedShow, StaysWhenNoPictureIsOpenedAfterItsOnlyFileIsGone)
+{
+    open({ "1.png" });
+    screen.damaged = { "1.png" };
+    controller->nextSlide();
+    ASSERT_THAT(slides(), IsEmpty());
+
+    controller->openFiles(write({ "a.txt" }));
+    settle();
+
+    ASSERT_THAT(slides(), IsEmpty());
+    EXPECT_NE(controller->mScreenWindow(), nullptr);
+    EXPECT_FALSE(isWelcomeVisible());
+}
+
 TEST_F(WatchedShow, ThatClosesAtItsEndClosesWhenItsOnlyFileIsGone)
 {
     defaults.setValue(kEndMode, kEndModeClose);
